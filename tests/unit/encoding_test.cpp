@@ -4,11 +4,8 @@
 // Environment: SVE_ENC_FILTER (substring of handler names), SVE_ENC_GROUP
 // (Integer, Predicate, Permute, Count, Float, Memory), SVE_ENC_FILLS.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <map>
 #include <random>
 #include <regex>
@@ -17,6 +14,7 @@
 #include <vector>
 
 #include "sve/decode/decode.h"
+#include "tools/disasm.h"
 
 namespace {
 
@@ -40,32 +38,6 @@ int fills() {
 }
 
 uint32_t random_fill(const DecodeEntry& e, std::mt19937& rng) { return e.word | (uint32_t(rng()) & e.operand_mask); }
-
-// Disassembles the words in one objdump run: address -> text.
-std::vector<std::string> disassemble(const std::vector<uint32_t>& words) {
-  char path[] = "/tmp/sve_enc_XXXXXX";
-  int fd = mkstemp(path);
-  if (fd < 0) return {};
-  if (write(fd, words.data(), words.size() * 4) != ssize_t(words.size() * 4)) return {};
-  close(fd);
-  std::string cmd = std::string(SVE_OBJDUMP) + " -D -b binary -m aarch64 " + path;
-  FILE* p = popen(cmd.c_str(), "r");
-  std::vector<std::string> out(words.size());
-  std::regex line(R"(^\s*([0-9a-f]+):\s+[0-9a-f]{8}\s+(.*)$)");
-  char buf[512];
-  while (p && fgets(buf, sizeof buf, p)) {
-    std::string s(buf);
-    while (!s.empty() && (s.back() == '\n' || s.back() == ' ')) s.pop_back();
-    std::smatch m;
-    if (std::regex_match(s, m, line)) {
-      size_t addr = std::stoul(m[1], nullptr, 16) / 4;
-      if (addr < out.size()) out[addr] = m[2];
-    }
-  }
-  if (p) pclose(p);
-  unlink(path);
-  return out;
-}
 
 bool invalid(const std::string& dis) {
   return dis.empty() || dis.rfind(".inst", 0) == 0 || dis.find("undefined") != std::string::npos ||
@@ -117,7 +89,7 @@ TEST(Encoding, EveryEntryMatchesDisassembler) {
   }
   std::vector<uint32_t> words;
   for (const Case& c : cases) words.push_back(c.word);
-  std::vector<std::string> dis = disassemble(words);
+  std::vector<std::string> dis = disassemble_words(words, SVE_OBJDUMP);
   ASSERT_EQ(dis.size(), words.size());
 
   std::map<const DecodeEntry*, int> valid;

@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# Sets everything up and runs every test: the native build, the native build
+# with AddressSanitizer and UndefinedBehaviorSanitizer, and the AArch64 build
+# under qemu-user (unit tests on the users' CPU, the differential harness on
+# the reference CPU with SVE).
+set -uo pipefail
+cd "$(dirname "$0")/.."
+scripts/setup.sh || exit 1
+jobs=$(nproc)
+passed=0; failed=0; status=0
+
+run_tree() {  # name, build dir, cmake args...
+  local name=$1 dir=$2; shift 2
+  echo "=== $name"
+  if ! cmake -S . -B "$dir" -G Ninja "$@" >/dev/null || ! cmake --build "$dir" -j "$jobs"; then
+    echo "$name: build failed"; failed=$((failed + 1)); status=1; return
+  fi
+  local log="$dir/ctest.log"
+  (cd "$dir" && ctest --output-on-failure -j "$jobs") 2>&1 | tee "$log" | grep -vE '^ *[0-9]+/[0-9]+ Test +#[0-9]+: .* Passed'
+  local line total bad
+  line=$(grep -E 'tests passed, [0-9]+ tests? failed out of [0-9]+' "$log" | tail -1)
+  if [ -z "$line" ]; then echo "$name: no test summary"; failed=$((failed + 1)); status=1; return; fi
+  total=$(sed -E 's/.*out of ([0-9]+).*/\1/' <<<"$line")
+  bad=$(sed -E 's/.*tests passed, ([0-9]+) tests? failed.*/\1/' <<<"$line")
+  passed=$((passed + total - bad)); failed=$((failed + bad))
+  [ "$bad" -eq 0 ] || status=1
+}
+
+run_tree native build/native -DCMAKE_BUILD_TYPE=RelWithDebInfo
+run_tree sanitizers build/asan -DCMAKE_BUILD_TYPE=Debug -DSVE_SANITIZE=ON
+run_tree aarch64 build/cross -DCMAKE_TOOLCHAIN_FILE=cmake/aarch64-linux-gnu.cmake
+
+echo "tests: $passed passed, $failed failed"
+exit $status
