@@ -1,14 +1,19 @@
 // The families whose handlers are live. A family file publishes its handlers
-// as a span of HandlerDef; adding a family here makes its entries live.
+// as a span of HandlerDef; listing it in a families_*.inc file makes its
+// decode entries live.
 #include "sve/decode/handler.h"
 
-std::span<const HandlerDef> saturating_handlers();
-std::span<const HandlerDef> dot_handlers();
+#define SVE_FAMILY(fn) std::span<const HandlerDef> fn();
+#include "sve/int/families_arith.inc"
+#include "sve/int/families_pred.inc"
+#undef SVE_FAMILY
 
 std::span<const std::span<const HandlerDef>> handler_registry() {
+#define SVE_FAMILY(fn) fn(),
   static const std::span<const HandlerDef> families[] = {
-      saturating_handlers(),
-      dot_handlers(),
+#include "sve/int/families_arith.inc"
+#include "sve/int/families_pred.inc"
   };
+#undef SVE_FAMILY
   return families;
 }

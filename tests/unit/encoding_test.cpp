@@ -69,6 +69,10 @@ char size_letter(const DecodeEntry& e) {
 bool size_ok(const DecodeEntry& e, const std::string& dis) {
   char want = size_letter(e);
   if (!want) return true;
+  // Bitmask-immediate forms work on 64-bit chunks; the disassembler prints the
+  // size that the immediate's pattern implies.
+  for (const char* op : {"AndVIX", "OrVIX", "XorVIX", "DupMaskI"})
+    if (std::string_view(e.enc->op) == op) return true;
   std::string ops = dis.substr(std::min(dis.size(), dis.find_first_of(" \t")));
   ops = ops.substr(0, ops.find("//"));
   static const std::regex suffix(R"(\.([bhsdq])\b)");

@@ -1,0 +1,104 @@
+// The SVE flag rule (the predicate test), written once and shared by every
+// flag-setting instruction: PTEST, the flag-setting predicate operations,
+// compares, WHILE, and the length-agnostic routines.
+//   N = tested bit of the first active element (0 when none is active)
+//   Z = no active element is true
+//   C = NOT tested bit of the last active element (1 when none is active)
+//   V = 0
+#pragma once
+#include <cstdint>
+
+#include "sve/state/context.h"
+#include "sve/state/cpu_state.h"
+
+namespace sve {
+
+struct NzcFlags {
+  bool n, z, c;
+};
+
+// Over `elems` elements: active(i) is the governing bit, first(i) the tested
+// element's lowest bit (for N and C), any(i) whether it counts as true for Z.
+template <class Active, class First, class Any>
+inline NzcFlags predicate_test(int elems, Active active, First first, Any any) {
+  NzcFlags f{false, true, true};
+  int first_active = -1, last_active = -1;
+  for (int i = 0; i < elems; ++i) {
+    if (!active(i)) continue;
+    if (first_active < 0) first_active = i;
+    last_active = i;
+    if (any(i)) f.z = false;
+  }
+  if (first_active >= 0) {
+    f.n = first(first_active);
+    f.c = !first(last_active);
+  }
+  return f;
+}
+
+// nzcv with N, Z, C replaced and V cleared; the other bits are kept.
+inline uint64_t with_nzcv(uint64_t nzcv, NzcFlags f, bool v = false) {
+  return (nzcv & ~uint64_t(0xF0000000u)) | (uint64_t(f.n) << 31) | (uint64_t(f.z) << 30) | (uint64_t(f.c) << 29) |
+         (uint64_t(v) << 28);
+}
+
+// Fixed-length predicate test at the element width sizeof(T) over unpacked
+// lanes: an element is governed and tested by bit 0 of its lowest lane byte.
+template <class T>
+inline void sve_ptest(cpu_state* s, const char* governing, const char* tested) {
+  constexpr int E = int(sizeof(T));
+  auto g = [&](int i) { return (governing[i * E] & 1) != 0; };
+  auto t = [&](int i) { return (tested[i * E] & 1) != 0; };
+  s->nzcv = with_nzcv(s->nzcv, predicate_test(SVE_VL_BYTES / E, g, t, t));
+}
+
+// ---- length-agnostic helpers over packed predicates ----
+
+inline int pred_elems(const CpuContext* c, int esize_bits) { return int(c->vl & VL_UNITS_MASK) * 64 / esize_bits; }
+
+inline int FindFirstActive(const PredV& p, int esize_bits, const CpuContext* c) {
+  int n = pred_elems(c, esize_bits), step = esize_bits / 8;
+  for (int i = 0; i < n; ++i)
+    if (p.bit(i * step)) return i;
+  return -1;
+}
+inline int FindLastActive(const PredV& p, int esize_bits, const CpuContext* c) {
+  int n = pred_elems(c, esize_bits), step = esize_bits / 8;
+  for (int i = n - 1; i >= 0; --i)
+    if (p.bit(i * step)) return i;
+  return -1;
+}
+
+// N and C from the result's lowest element bit; Z counts an element of the
+// result as true when any of its map bits is set. With no element at all,
+// N = 0, Z = 1, C = 1. V is left as it was.
+inline NzcFlags pred_nzc(const PredV& g, const PredV& r, int esize_bits, const CpuContext* c) {
+  int step = esize_bits / 8;
+  auto active = [&](int i) { return g.bit(i * step); };
+  auto first = [&](int i) { return r.bit(i * step); };
+  auto any = [&](int i) {
+    for (int k = 0; k < step; ++k)
+      if (r.bit(i * step + k)) return true;
+    return false;
+  };
+  return predicate_test(pred_elems(c, esize_bits), active, first, any);
+}
+inline void PredSetNZC(const PredV& g, const PredV& r, int esize_bits, CpuContext* c) {
+  NzcFlags f = pred_nzc(g, r, esize_bits, c);
+  c->flags = (c->flags & 0x1FFFFFFFu) | (uint32_t(f.n) << 31) | (uint32_t(f.z) << 30) | (uint32_t(f.c) << 29);
+}
+inline void PredSetNZCV(const PredV& g, const PredV& r, int esize_bits, CpuContext* c) {
+  PredSetNZC(g, r, esize_bits, c);
+  c->flags &= ~(1u << 28);
+}
+// Variants that leave Z alone.
+inline void PredSetNC(const PredV& g, const PredV& r, int esize_bits, CpuContext* c) {
+  NzcFlags f = pred_nzc(g, r, esize_bits, c);
+  c->flags = (c->flags & 0x5FFFFFFFu) | (uint32_t(f.n) << 31) | (uint32_t(f.c) << 29);
+}
+inline void PredSetNCV(const PredV& g, const PredV& r, int esize_bits, CpuContext* c) {
+  PredSetNC(g, r, esize_bits, c);
+  c->flags &= ~(1u << 28);
+}
+
+}  // namespace sve

@@ -1,0 +1,118 @@
+// The predicate test, in its fixed-length and length-agnostic forms.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+
+#include "sve/int/flags.h"
+
+namespace {
+using namespace sve;
+
+struct Lanes {
+  char b[SVE_VL_BYTES] = {};
+};
+
+unsigned flags_of(const cpu_state& s) { return unsigned(s.nzcv >> 28); }
+constexpr unsigned N = 8, Z = 4, C = 2;
+
+TEST(PredicateTest, AllFalseGoverningGivesZAndC) {
+  cpu_state s{};
+  s.nzcv = 0xF000000Fu;
+  Lanes g, t;
+  std::memset(t.b, 1, sizeof t.b);
+  sve_ptest<signed char>(&s, g.b, t.b);
+  EXPECT_EQ(flags_of(s), Z | C);
+  EXPECT_EQ(s.nzcv & 0x0FFFFFFFu, 0xFu);  // other bits kept
+}
+
+TEST(PredicateTest, AllTrueGivesNOnly) {
+  cpu_state s{};
+  Lanes g, t;
+  std::memset(g.b, 1, sizeof g.b);
+  std::memset(t.b, 1, sizeof t.b);
+  sve_ptest<unsigned char>(&s, g.b, t.b);
+  EXPECT_EQ(flags_of(s), N);
+}
+
+TEST(PredicateTest, WideElementsLookOnlyAtTheirLowestLane) {
+  cpu_state s{};
+  Lanes g, t;
+  for (int k = 0; k < SVE_VL_BYTES; k += 4) g.b[k] = 1;
+  for (int k = 0; k < SVE_VL_BYTES; ++k) t.b[k] = (k % 4) != 0;  // true only in non-lowest lanes
+  sve_ptest<int>(&s, g.b, t.b);
+  EXPECT_EQ(flags_of(s), Z | C);
+  sve_ptest<signed char>(&s, g.b, t.b);  // at byte width the same lanes are false where governed
+  EXPECT_EQ(flags_of(s), Z | C);
+}
+
+// The packed form agrees with the fixed-length one on predicates whose
+// elements have only their lowest bit set, and differs in Z when a
+// non-lowest bit of an active element is set.
+TEST(PredicateTest, PackedFormAgreesExceptForZOnNonLowestBits) {
+  std::mt19937 rng(3);
+  CpuContext c{};
+  c.vl = SVE_VL_BYTES / 8;
+  for (int esize_bits : {8, 16, 32, 64}) {
+    int E = esize_bits / 8;
+    for (int round = 0; round < 500; ++round) {
+      Lanes g, t;
+      for (int k = 0; k < SVE_VL_BYTES; k += E) {
+        g.b[k] = rng() % 3 == 0;
+        t.b[k] = rng() % 2;
+      }
+      cpu_state s{};
+      switch (E) {
+        case 1: sve_ptest<signed char>(&s, g.b, t.b); break;
+        case 2: sve_ptest<short>(&s, g.b, t.b); break;
+        case 4: sve_ptest<int>(&s, g.b, t.b); break;
+        default: sve_ptest<long>(&s, g.b, t.b); break;
+      }
+      PredV pg = pack_pred(reinterpret_cast<uint8_t*>(g.b)), pt = pack_pred(reinterpret_cast<uint8_t*>(t.b));
+      c.flags = 0x10000000u;
+      PredSetNZCV(pg, pt, esize_bits, &c);
+      ASSERT_EQ(c.flags >> 28, flags_of(s));
+    }
+  }
+  Lanes g, t;
+  g.b[0] = 1;
+  t.b[1] = 1;  // second lane of an active halfword
+  cpu_state s{};
+  sve_ptest<short>(&s, g.b, t.b);
+  c.flags = 0;
+  PredSetNZC(pack_pred(reinterpret_cast<uint8_t*>(g.b)), pack_pred(reinterpret_cast<uint8_t*>(t.b)), 16, &c);
+  EXPECT_EQ(flags_of(s), Z | C);
+  EXPECT_EQ(c.flags >> 28, C);  // Z clear: the element counts as true
+}
+
+TEST(PredicateTest, SetNzcKeepsVAndTheVariantsKeepZ) {
+  CpuContext c{};
+  c.vl = 14;
+  PredV none{};
+  c.flags = 0x1000ABCDu;
+  PredSetNZC(none, none, 8, &c);
+  EXPECT_EQ(c.flags, 0x7000ABCDu);  // Z, C set; V kept
+  PredSetNZCV(none, none, 8, &c);
+  EXPECT_EQ(c.flags, 0x6000ABCDu);
+  c.flags = 0x0u;
+  PredSetNC(none, none, 8, &c);
+  EXPECT_EQ(c.flags, 0x20000000u);  // Z untouched
+  c.vl = 0;  // no element at all
+  EXPECT_EQ(FindFirstActive(none, 8, &c), -1);
+}
+
+TEST(PredicateTest, FindActiveElements) {
+  CpuContext c{};
+  c.vl = 14;
+  PredV p{};
+  p.set(8, true);
+  p.set(40, true);
+  p.set(41, true);
+  EXPECT_EQ(FindFirstActive(p, 8, &c), 8);
+  EXPECT_EQ(FindLastActive(p, 8, &c), 41);
+  EXPECT_EQ(FindFirstActive(p, 64, &c), 1);
+  EXPECT_EQ(FindLastActive(p, 64, &c), 5);
+  EXPECT_EQ(FindLastActive(p, 16, &c), 20);
+}
+
+}  // namespace
