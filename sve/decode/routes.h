@@ -9,6 +9,7 @@
 #pragma once
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #include "sve/decode/handler.h"
 #include "sve/state/context.h"
@@ -26,35 +27,127 @@ template <class T> inline T elem(const uint8_t* v, int i) {
 template <class T> inline void set_elem(uint8_t* v, int i, T x) { std::memcpy(v + i * sizeof(T), &x, sizeof(T)); }
 
 // Governing-predicate views: unpacked lanes (cpu_state) or a packed PredV.
+// mask<T>(i) is all ones when element i of type T is active, else 0: it reads
+// the element's lanes as one T, whose bit 0 is bit 0 of the element's first
+// lane, so that the element loops below stay branch-free and vectorise.
 struct LanePred {
   const uint8_t* lanes;
   bool active(int byte) const { return lanes[byte] & 1; }
+  template <class T> std::make_unsigned_t<T> mask(int i) const {
+    using U = std::make_unsigned_t<T>;
+    return U(U(0) - U(elem<U>(lanes, i) & 1u));
+  }
 };
 struct PackedPred {
   const PredV* p;
   bool active(int byte) const { return p->bit(byte); }
+  template <class T> std::make_unsigned_t<T> mask(int i) const {
+    using U = std::make_unsigned_t<T>;
+    return U(U(0) - U(p->bit(i * int(sizeof(T)))));
+  }
 };
 struct AllTrue {
   bool active(int) const { return true; }
+  template <class T> std::make_unsigned_t<T> mask(int) const { return std::make_unsigned_t<T>(~0ull); }
 };
 
+// yes where the mask is set, no elsewhere.
+template <class T> inline T merge(std::make_unsigned_t<T> m, T yes, T no) {
+  using U = std::make_unsigned_t<T>;
+  return T(U((U(yes) & m) | (U(no) & U(~m))));
+}
+
 // ---- element loops (shared by both routes) ----
+// d never overlaps the sources: both routes build results in a temporary.
 
 // d[i] = f(a[i], b[i]) for the n elements; inactive elements keep a[i] (merging).
 template <class T, class Pred, class F>
-inline void map2(uint8_t* d, const uint8_t* a, const uint8_t* b, int n, Pred pg, F f) {
+inline void map2(uint8_t* __restrict d, const uint8_t* a, const uint8_t* b, int n, Pred pg, F f) {
+#pragma GCC unroll 16
   for (int i = 0; i < n; ++i) {
     T x = elem<T>(a, i);
-    set_elem<T>(d, i, pg.active(i * sizeof(T)) ? f(x, elem<T>(b, i)) : x);
+    set_elem<T>(d, i, merge<T>(pg.template mask<T>(i), f(x, elem<T>(b, i)), x));
   }
 }
-// d[i] = f(a[i], imm) for active elements; inactive keep a[i].
+// d[i] = f(a[i]) for active elements; inactive keep a[i].
 template <class T, class Pred, class F>
-inline void map_imm(uint8_t* d, const uint8_t* a, int n, Pred pg, F f) {
+inline void map_imm(uint8_t* __restrict d, const uint8_t* a, int n, Pred pg, F f) {
+#pragma GCC unroll 16
   for (int i = 0; i < n; ++i) {
     T x = elem<T>(a, i);
-    set_elem<T>(d, i, pg.active(i * sizeof(T)) ? f(x) : x);
+    set_elem<T>(d, i, merge<T>(pg.template mask<T>(i), f(x), x));
   }
+}
+// d[i] = f(a[i]) for active elements; inactive take m[i] (the destination).
+template <class T, class Pred, class F>
+inline void map1(uint8_t* __restrict d, const uint8_t* a, const uint8_t* m, int n, Pred pg, F f) {
+#pragma GCC unroll 16
+  for (int i = 0; i < n; ++i) set_elem<T>(d, i, merge<T>(pg.template mask<T>(i), f(elem<T>(a, i)), elem<T>(m, i)));
+}
+// d[i] = f(a[i], b[i], c[i]) for active elements; inactive keep a[i].
+template <class T, class Pred, class F>
+inline void map3(uint8_t* __restrict d, const uint8_t* a, const uint8_t* b, const uint8_t* c, int n, Pred pg, F f) {
+#pragma GCC unroll 16
+  for (int i = 0; i < n; ++i) {
+    T x = elem<T>(a, i);
+    set_elem<T>(d, i, merge<T>(pg.template mask<T>(i), f(x, elem<T>(b, i), elem<T>(c, i)), x));
+  }
+}
+// d[i] = f(a[i], w) with w the 64-bit element of b covering the same bytes;
+// inactive elements keep a[i] (shifts by wide elements).
+template <class T, class Pred, class F>
+inline void map_wide(uint8_t* __restrict d, const uint8_t* a, const uint8_t* b, int n, Pred pg, F f) {
+#pragma GCC unroll 16
+  for (int i = 0; i < n; ++i) {
+    T x = elem<T>(a, i);
+    set_elem<T>(d, i, merge<T>(pg.template mask<T>(i), f(x, elem<uint64_t>(b, i * int(sizeof(T)) / 8)), x));
+  }
+}
+// Fold of the active elements of a; inactive elements contribute `identity`
+// (the operation's neutral value), which keeps the loop a plain reduction.
+template <class T, class Acc, class Pred, class F>
+inline Acc fold(const uint8_t* a, int n, Pred pg, Acc identity, F f) {
+  Acc acc = identity;
+  using M = std::make_signed_t<std::make_unsigned_t<T>>;  // widens the mask with its sign
+#pragma GCC unroll 16
+  for (int i = 0; i < n; ++i) {
+    auto m = std::make_unsigned_t<Acc>(M(pg.template mask<T>(i)));
+    acc = f(acc, merge<Acc>(m, Acc(elem<T>(a, i)), identity));
+  }
+  return acc;
+}
+
+// ---- element types and the element-size branch of the executors ----
+
+template <int Bytes, bool Signed> struct IntOfT;
+template <> struct IntOfT<1, false> { using type = uint8_t; };
+template <> struct IntOfT<2, false> { using type = uint16_t; };
+template <> struct IntOfT<4, false> { using type = uint32_t; };
+template <> struct IntOfT<8, false> { using type = uint64_t; };
+template <> struct IntOfT<1, true> { using type = int8_t; };
+template <> struct IntOfT<2, true> { using type = int16_t; };
+template <> struct IntOfT<4, true> { using type = int32_t; };
+template <> struct IntOfT<8, true> { using type = int64_t; };
+template <int Bytes, bool Signed> using IntOf = typename IntOfT<Bytes, Signed>::type;
+template <class T> using Tag = std::type_identity<T>;
+
+// body(Tag<T>{}) with T the element type of the size code: 2, 3, 1, anything else 8-bit.
+template <bool Signed, class Body> inline aarch64_decode_rc by_esize(unsigned esize, Body body) {
+  switch (esize) {
+    case 2: return body(Tag<IntOf<4, Signed>>{});
+    case 3: return body(Tag<IntOf<8, Signed>>{});
+    case 1: return body(Tag<IntOf<2, Signed>>{});
+    default: return body(Tag<IntOf<1, Signed>>{});
+  }
+}
+// Division knows two sizes: 3 is 64-bit, anything else 32-bit.
+template <bool Signed, class Body> inline aarch64_decode_rc by_esize_div(unsigned esize, Body body) {
+  return esize == 3 ? body(Tag<IntOf<8, Signed>>{}) : body(Tag<IntOf<4, Signed>>{});
+}
+template <class T> constexpr uint8_t kEsize = sizeof(T) == 1 ? 0 : sizeof(T) == 2 ? 1 : sizeof(T) == 4 ? 2 : 3;
+template <class T> constexpr aarch64_z_reg zreg(unsigned n) { return {uint8_t(n), kEsize<T>}; }
+template <class T> constexpr aarch64_p_reg preg(unsigned n, bool zeroing = false) {
+  return {uint8_t(n), kEsize<T>, zeroing};
 }
 
 // ---- fixed-length route ----
@@ -76,6 +169,44 @@ inline aarch64_decode_rc fixed_zpz(cpu_state* s, unsigned zdn, unsigned pg, unsi
   return DECODE_OK;
 }
 
+// Zd = Pg ? op(Zn) : Zd (merging) or 0 (zeroing): unary operations.
+template <class T, class F>
+inline aarch64_decode_rc fixed_unary(cpu_state* s, unsigned zd, unsigned pg, unsigned zn, F f, bool zeroing = false) {
+  alignas(16) uint8_t tmp[SVE_VL_BYTES];
+  if (zeroing) {
+    alignas(16) static constexpr uint8_t kZero[SVE_VL_BYTES] = {};
+    map1<T>(tmp, s->z[zn], kZero, kElems<T>, LanePred{s->p[pg]}, f);
+  } else {
+    map1<T>(tmp, s->z[zn], s->z[zd], kElems<T>, LanePred{s->p[pg]}, f);
+  }
+  std::memcpy(s->z[zd], tmp, SVE_VL_BYTES);
+  return DECODE_OK;
+}
+// Zd = op(Zn) for every element (unpredicated immediate forms: Zd may equal Zn).
+template <class T, class F>
+inline aarch64_decode_rc fixed_zzi(cpu_state* s, unsigned zd, unsigned zn, F f) {
+  alignas(16) uint8_t tmp[SVE_VL_BYTES];
+  map_imm<T>(tmp, s->z[zn], kElems<T>, AllTrue{}, f);
+  std::memcpy(s->z[zd], tmp, SVE_VL_BYTES);
+  return DECODE_OK;
+}
+// Zdn = Pg ? op(Zdn) : Zdn (predicated immediate forms).
+template <class T, class F>
+inline aarch64_decode_rc fixed_zpi(cpu_state* s, unsigned zdn, unsigned pg, F f) {
+  alignas(16) uint8_t tmp[SVE_VL_BYTES];
+  map_imm<T>(tmp, s->z[zdn], kElems<T>, LanePred{s->p[pg]}, f);
+  std::memcpy(s->z[zdn], tmp, SVE_VL_BYTES);
+  return DECODE_OK;
+}
+// Zd = Pg ? op(Zd, Zb, Zc) : Zd (multiply-accumulate).
+template <class T, class F>
+inline aarch64_decode_rc fixed_zpzz(cpu_state* s, unsigned zd, unsigned pg, unsigned zb, unsigned zc, F f) {
+  alignas(16) uint8_t tmp[SVE_VL_BYTES];
+  map3<T>(tmp, s->z[zd], s->z[zb], s->z[zc], kElems<T>, LanePred{s->p[pg]}, f);
+  std::memcpy(s->z[zd], tmp, SVE_VL_BYTES);
+  return DECODE_OK;
+}
+
 // ---- length-agnostic route ----
 
 // Routine signatures of the route (exported with C linkage under handler names).
@@ -89,12 +220,79 @@ using AgnosticVVVI = void (*)(uint8_t* d, const uint8_t* a, const PredV* pg, con
 
 template <class T> inline int agnostic_elems(const CpuContext* c) { return vl_bytes(c) / int(sizeof(T)); }
 
+// Packing and unpacking eight lanes at a time (the same maps as pack_pred and
+// unpack_pred, without a step per lane).
+inline uint8_t pack8(const uint8_t* lanes) {
+  uint64_t x;
+  std::memcpy(&x, lanes, 8);
+  return uint8_t(((x & 0x0101010101010101ull) * 0x0102040810204080ull) >> 56);
+}
+constexpr uint64_t spread8(unsigned bits8) {
+  uint64_t x = (uint64_t(bits8) * 0x0101010101010101ull) & 0x8040201008040201ull;
+  return ((x + 0x7F7F7F7F7F7F7F7Full) >> 7) & 0x0101010101010101ull;
+}
+// Lanes 0..bytes-1 (a multiple of 8) into p, whose other bits stay clear.
+inline void pack_lanes(const uint8_t* lanes, PredV& p, int bytes) {
+  for (int w = 0; w * 64 < bytes; ++w) {
+    uint64_t word = 0;
+    for (int k = 0; k < 8 && w * 64 + k * 8 < bytes; ++k) word |= uint64_t(pack8(lanes + w * 64 + 8 * k)) << (8 * k);
+    p.w[w] = word;
+  }
+}
+inline PredV fast_pack(const uint8_t* lanes) {
+  PredV p{};
+  pack_lanes(lanes, p, SVE_VL_BYTES);
+  return p;
+}
+// spread8 of every byte value, looked up rather than computed per lane group.
+struct Spread8Table {
+  uint64_t v[256];
+};
+constexpr Spread8Table make_spread8_table() {
+  Spread8Table t{};
+  for (unsigned b = 0; b < 256; ++b) t.v[b] = spread8(b);
+  return t;
+}
+inline constexpr Spread8Table kSpread8 = make_spread8_table();
+// Lanes 0..bytes-1 of a packed map, one byte (0 or 1) each; bytes is a multiple of 8.
+inline void expand_pred(const PredV& p, uint8_t* lanes, int bytes) {
+  for (int k = 0; k < bytes / 8; ++k) {
+    uint64_t x = kSpread8.v[(p.w[k >> 3] >> (8 * (k & 7))) & 0xFF];
+    std::memcpy(lanes + 8 * k, &x, 8);
+  }
+}
+inline void fast_unpack(const PredV& p, uint8_t* lanes) { expand_pred(p, lanes, SVE_VL_BYTES); }
+inline CpuContext fast_context(const cpu_state* s) {
+  CpuContext c;
+  c.flags = uint32_t(s->nzcv);
+  c.fpsr = s->fpsr;
+  c.fpcr = s->fpcr & FPCR_CONTEXT_MASK;
+  c.vl = SVE_VL_BYTES / 8;
+  c.ffr = fast_pack(s->ffr);
+  return c;
+}
+inline VecImage fast_image(const cpu_state* s, unsigned zreg) {
+  VecImage v;
+  std::memcpy(v.b, s->z[zreg], SVE_VL_BYTES);
+  std::memset(v.b + SVE_VL_BYTES, 0, SVE_MAX_VL_BYTES - SVE_VL_BYTES);
+  return v;
+}
+
+// Runs body(offset, chunk) over the vl bytes of a vector in 16-byte chunks and
+// an 8-byte tail (vl is a multiple of 8), so that the element loop inside each
+// chunk has a compile-time trip count.
+template <class Body> inline void agnostic_chunks(int vl, Body body) {
+  int off = 0;
+  for (; off + 16 <= vl; off += 16) body(off, std::integral_constant<int, 16>{});
+  if (off < vl) body(off, std::integral_constant<int, 8>{});
+}
+
 // Handler side of the route: pack the inputs, run the routine, copy back the
 // first 112 bytes of the result and the context's flags and status.
 struct AgnosticCall {
   cpu_state* s;
   CpuContext ctx;
-  explicit AgnosticCall(cpu_state* st) : s(st), ctx(make_context(st)) {}
+  explicit AgnosticCall(cpu_state* st) : s(st), ctx(fast_context(st)) {}
   void finish(unsigned zd, const VecImage& out) {
     std::memcpy(s->z[zd], out.b, SVE_VL_BYTES);
     s->fpsr = ctx.fpsr;
@@ -104,8 +302,8 @@ struct AgnosticCall {
 inline aarch64_decode_rc run_agnostic_vv(cpu_state* s, unsigned zd, unsigned zn, int pg, unsigned zm,
                                          AgnosticVV routine) {
   AgnosticCall call(s);
-  VecImage a = load_image(s, zn), b = load_image(s, zm), out{};
-  PredV p = pg < 0 ? PredV{} : pack_pred(s->p[pg]);
+  VecImage a = fast_image(s, zn), b = fast_image(s, zm), out;
+  PredV p = pg < 0 ? PredV{} : fast_pack(s->p[pg]);
   routine(out.b, a.b, &p, b.b, &call.ctx);
   call.finish(zd, out);
   return DECODE_OK;
@@ -113,8 +311,8 @@ inline aarch64_decode_rc run_agnostic_vv(cpu_state* s, unsigned zd, unsigned zn,
 inline aarch64_decode_rc run_agnostic_vi(cpu_state* s, unsigned zd, unsigned zn, int pg, uint64_t imm,
                                          AgnosticVI routine) {
   AgnosticCall call(s);
-  VecImage a = load_image(s, zn), out{};
-  PredV p = pg < 0 ? PredV{} : pack_pred(s->p[pg]);
+  VecImage a = fast_image(s, zn), out;
+  PredV p = pg < 0 ? PredV{} : fast_pack(s->p[pg]);
   routine(out.b, a.b, &p, imm, &call.ctx);
   call.finish(zd, out);
   return DECODE_OK;
@@ -123,7 +321,7 @@ inline aarch64_decode_rc run_agnostic_vi(cpu_state* s, unsigned zd, unsigned zn,
 inline aarch64_decode_rc run_agnostic_vvv(cpu_state* s, unsigned zd, unsigned zn, unsigned zm,
                                           AgnosticVVV routine) {
   AgnosticCall call(s);
-  VecImage a = load_image(s, zd), b = load_image(s, zn), m = load_image(s, zm), out{};
+  VecImage a = fast_image(s, zd), b = fast_image(s, zn), m = fast_image(s, zm), out;
   PredV p{};
   routine(out.b, a.b, &p, b.b, m.b, &call.ctx);
   call.finish(zd, out);
@@ -132,11 +330,104 @@ inline aarch64_decode_rc run_agnostic_vvv(cpu_state* s, unsigned zd, unsigned zn
 inline aarch64_decode_rc run_agnostic_vvvi(cpu_state* s, unsigned zd, unsigned zn, unsigned zm, int index,
                                            AgnosticVVVI routine) {
   AgnosticCall call(s);
-  VecImage a = load_image(s, zd), b = load_image(s, zn), m = load_image(s, zm), out{};
+  VecImage a = fast_image(s, zd), b = fast_image(s, zn), m = fast_image(s, zm), out;
   PredV p{};
   routine(out.b, a.b, &p, b.b, m.b, index, &call.ctx);
   call.finish(zd, out);
   return DECODE_OK;
+}
+
+
+// ---- length-agnostic element drivers (the routines' bodies) ----
+
+// d = Pg ? f(a, b) : a over the context's length.
+template <class T, class F>
+inline void agnostic_map2(uint8_t* d, const uint8_t* a, const PredV* pg, const uint8_t* b, const CpuContext* c, F f) {
+  alignas(16) uint8_t lanes[SVE_MAX_VL_BYTES];
+  int vl = vl_bytes(c);
+  expand_pred(*pg, lanes, vl);
+  agnostic_chunks(vl, [&](int off, auto chunk) {
+    map2<T>(d + off, a + off, b + off, chunk() / int(sizeof(T)), LanePred{lanes + off}, f);
+  });
+}
+// d = f(a, b) for every element (unpredicated).
+template <class T, class F>
+inline void agnostic_map2_all(uint8_t* d, const uint8_t* a, const uint8_t* b, const CpuContext* c, F f) {
+  agnostic_chunks(vl_bytes(c), [&](int off, auto chunk) {
+    map2<T>(d + off, a + off, b + off, chunk() / int(sizeof(T)), AllTrue{}, f);
+  });
+}
+// d = Pg ? f(b) : a (unary, merging into the destination image a).
+template <class T, class F>
+inline void agnostic_map1(uint8_t* d, const uint8_t* a, const PredV* pg, const uint8_t* b, const CpuContext* c, F f) {
+  alignas(16) uint8_t lanes[SVE_MAX_VL_BYTES];
+  int vl = vl_bytes(c);
+  expand_pred(*pg, lanes, vl);
+  agnostic_chunks(vl, [&](int off, auto chunk) {
+    map1<T>(d + off, b + off, a + off, chunk() / int(sizeof(T)), LanePred{lanes + off}, f);
+  });
+}
+// d = Pg ? f(a) : a, or f(a) everywhere when pg is null (immediate forms).
+template <class T, class F>
+inline void agnostic_map_imm(uint8_t* d, const uint8_t* a, const PredV* pg, const CpuContext* c, F f) {
+  int vl = vl_bytes(c);
+  if (!pg) {
+    agnostic_chunks(vl, [&](int off, auto chunk) {
+      map_imm<T>(d + off, a + off, chunk() / int(sizeof(T)), AllTrue{}, f);
+    });
+    return;
+  }
+  alignas(16) uint8_t lanes[SVE_MAX_VL_BYTES];
+  expand_pred(*pg, lanes, vl);
+  agnostic_chunks(vl, [&](int off, auto chunk) {
+    map_imm<T>(d + off, a + off, chunk() / int(sizeof(T)), LanePred{lanes + off}, f);
+  });
+}
+// d = Pg ? f(a, wide element of b) : a, or for every element when pg is null.
+template <class T, class F>
+inline void agnostic_map_wide(uint8_t* d, const uint8_t* a, const PredV* pg, const uint8_t* b, const CpuContext* c,
+                              F f) {
+  int vl = vl_bytes(c);
+  if (!pg) {
+    agnostic_chunks(vl, [&](int off, auto chunk) {
+      map_wide<T>(d + off, a + off, b + off, chunk() / int(sizeof(T)), AllTrue{}, f);
+    });
+    return;
+  }
+  alignas(16) uint8_t lanes[SVE_MAX_VL_BYTES];
+  expand_pred(*pg, lanes, vl);
+  agnostic_chunks(vl, [&](int off, auto chunk) {
+    map_wide<T>(d + off, a + off, b + off, chunk() / int(sizeof(T)), LanePred{lanes + off}, f);
+  });
+}
+
+// ---- handler side of the predicate-producing and reducing routines ----
+
+// A compare routine: result map d, Zn image a, governing map pg, second
+// operand (image or immediate); it sets the context's flags.
+using AgnosticPV = void (*)(PredV* d, const uint8_t* a, const PredV* pg, const uint8_t* b, CpuContext* c);
+using AgnosticPI = void (*)(PredV* d, const uint8_t* a, const PredV* pg, uint64_t imm, CpuContext* c);
+
+inline aarch64_decode_rc finish_predicate(cpu_state* s, unsigned pd, const PredV& r, const CpuContext& c) {
+  fast_unpack(r, s->p[pd]);
+  s->nzcv = (s->nzcv & ~uint64_t(0xF0000000u)) | (c.flags & 0xF0000000u);
+  return DECODE_OK;
+}
+inline aarch64_decode_rc run_agnostic_pv(cpu_state* s, unsigned pd, unsigned zn, unsigned pg, unsigned zm,
+                                         AgnosticPV routine) {
+  CpuContext c = fast_context(s);
+  VecImage a = fast_image(s, zn), b = fast_image(s, zm);
+  PredV p = fast_pack(s->p[pg]), r{};
+  routine(&r, a.b, &p, b.b, &c);
+  return finish_predicate(s, pd, r, c);
+}
+inline aarch64_decode_rc run_agnostic_pi(cpu_state* s, unsigned pd, unsigned zn, unsigned pg, uint64_t imm,
+                                         AgnosticPI routine) {
+  CpuContext c = fast_context(s);
+  VecImage a = fast_image(s, zn);
+  PredV p = fast_pack(s->p[pg]), r{};
+  routine(&r, a.b, &p, imm, &c);
+  return finish_predicate(s, pd, r, c);
 }
 
 }  // namespace sve
@@ -155,3 +446,98 @@ using S64 = int64_t;
 
 // Publishes handler template OP<T> as "Vec" T OP for each listed type.
 #define SVE_HANDLER(OP, T) HandlerDef{"Vec" #T #OP, &OP<sve::ty::T>}
+
+// Handler definitions for a list of types: SVE_DEFS_U(AddVVM, vvm, &sve_add_zpz)
+// publishes {"VecU8AddVVM", &vvm<U8, &sve_add_zpz>} ... for U8 to U64.
+#define SVE_DEF(T, OP, H, ...) HandlerDef{"Vec" #T #OP, &H<sve::ty::T __VA_OPT__(, ) __VA_ARGS__>}
+#define SVE_DEFS_U(OP, H, ...)                                                                    \
+  SVE_DEF(U8, OP, H, __VA_ARGS__), SVE_DEF(U16, OP, H, __VA_ARGS__), SVE_DEF(U32, OP, H, __VA_ARGS__), \
+      SVE_DEF(U64, OP, H, __VA_ARGS__)
+#define SVE_DEFS_S(OP, H, ...)                                                                    \
+  SVE_DEF(S8, OP, H, __VA_ARGS__), SVE_DEF(S16, OP, H, __VA_ARGS__), SVE_DEF(S32, OP, H, __VA_ARGS__), \
+      SVE_DEF(S64, OP, H, __VA_ARGS__)
+
+// Handler shapes shared by the integer families. Each stores the word, takes
+// its fields and calls the executor (fixed route) or the routine R (agnostic).
+namespace sve {
+
+// Zdn = bits 4-0, Zm (or unary Zn) = bits 9-5, Pg = bits 12-10, merging.
+template <class T, auto Exec> aarch64_decode_rc h_zpz(cpu_state* s, unsigned w) {
+  s->insn = w;
+  return Exec(s, zreg<T>(field(w, 4, 0)), preg<T>(field(w, 12, 10)), zreg<T>(field(w, 9, 5)));
+}
+// As h_zpz with a zeroing governing predicate.
+template <class T, auto Exec> aarch64_decode_rc h_zpz_zeroing(cpu_state* s, unsigned w) {
+  s->insn = w;
+  return Exec(s, zreg<T>(field(w, 4, 0)), preg<T>(field(w, 12, 10), true), zreg<T>(field(w, 9, 5)));
+}
+// Zd = bits 4-0, Zn = bits 9-5, Zm = bits 20-16.
+template <class T, auto Exec> aarch64_decode_rc h_zzz(cpu_state* s, unsigned w) {
+  s->insn = w;
+  return Exec(s, zreg<T>(field(w, 4, 0)), zreg<T>(field(w, 9, 5)), zreg<T>(field(w, 20, 16)));
+}
+// Zd = bits 4-0, Pg = bits 12-10, then the registers of bits 9-5 and 20-16.
+template <class T, auto Exec> aarch64_decode_rc h_zpzz(cpu_state* s, unsigned w) {
+  s->insn = w;
+  return Exec(s, zreg<T>(field(w, 4, 0)), preg<T>(field(w, 12, 10)), zreg<T>(field(w, 9, 5)),
+              zreg<T>(field(w, 20, 16)));
+}
+
+// Shift-by-immediate field: width 3, 4, 5 bits for 8-, 16-, 32-bit elements
+// from bit `lo` upward; for 64-bit bits lo..lo+4 with bit 22 above them.
+template <class T> constexpr unsigned shift_field(uint32_t w, int lo) {
+  if constexpr (sizeof(T) == 8) return field(w, lo + 4, lo) | (field(w, 22, 22) << 5);
+  else return field(w, lo + (sizeof(T) == 1 ? 2 : sizeof(T) == 2 ? 3 : 4), lo);
+}
+// Right shifts count down from the element width: amounts 1..width.
+template <class T> constexpr unsigned right_amount(unsigned f) { return unsigned(sizeof(T) * 8) - f; }
+
+// ---- length-agnostic handler shapes ----
+
+// Zd = bits 4-0 (destination and merge source), Pg = bits 12-10, second
+// operand Zm (binary) or Zn (unary) = bits 9-5.
+template <AgnosticVV R> aarch64_decode_rc h_agn_zpz(cpu_state* s, unsigned w) {
+  s->insn = w;
+  return run_agnostic_vv(s, field(w, 4, 0), field(w, 4, 0), int(field(w, 12, 10)), field(w, 9, 5), R);
+}
+// Zd = bits 4-0, Zn = bits 9-5, Zm = bits 20-16, unpredicated.
+template <AgnosticVV R> aarch64_decode_rc h_agn_zzz(cpu_state* s, unsigned w) {
+  s->insn = w;
+  return run_agnostic_vv(s, field(w, 4, 0), field(w, 9, 5), -1, field(w, 20, 16), R);
+}
+
+}  // namespace sve
+
+// C-linkage routine under the handler's name: SVE_EXPORT_VV(U8, SubRVVM, subr_routine, Args...)
+// defines VecU8SubRVVM calling sve::subr_routine<uint8_t, Args...>.
+#define SVE_EXPORT_VV(T, OP, R, ...)                                                             \
+  extern "C" void Vec##T##OP(uint8_t* d, const uint8_t* a, const PredV* p, const uint8_t* b,    \
+                             CpuContext* c) {                                                   \
+    sve::R<sve::ty::T __VA_OPT__(, ) __VA_ARGS__>(d, a, p, b, c);                                 \
+  }
+#define SVE_EXPORT_VI(T, OP, R, ...)                                                                   \
+  extern "C" void Vec##T##OP(uint8_t* d, const uint8_t* a, const PredV* p, uint64_t imm, CpuContext* c) { \
+    sve::R<sve::ty::T __VA_OPT__(, ) __VA_ARGS__>(d, a, p, imm, c);                                     \
+  }
+#define SVE_EXPORT_PV(T, OP, R, ...)                                                                 \
+  extern "C" void Vec##T##OP(PredV* d, const uint8_t* a, const PredV* p, const uint8_t* b, CpuContext* c) { \
+    sve::R<sve::ty::T __VA_OPT__(, ) __VA_ARGS__>(d, a, p, b, c);                                     \
+  }
+#define SVE_EXPORT_PI(T, OP, R, ...)                                                                 \
+  extern "C" void Vec##T##OP(PredV* d, const uint8_t* a, const PredV* p, uint64_t imm, CpuContext* c) { \
+    sve::R<sve::ty::T __VA_OPT__(, ) __VA_ARGS__>(d, a, p, imm, c);                                   \
+  }
+// The handler of an exported routine: {"VecU8SubRVVM", &H<&VecU8SubRVVM>} (H may take T first
+// when the shape needs the element type: SVE_AGN_DEF_T).
+#define SVE_AGN_DEF(T, OP, H) HandlerDef{"Vec" #T #OP, &H<&Vec##T##OP>}
+#define SVE_AGN_DEF_T(T, OP, H) HandlerDef{"Vec" #T #OP, &H<sve::ty::T, &Vec##T##OP>}
+// Four types at once, for exports and definitions.
+#define SVE_FOR_U(M, ...) M(U8, __VA_ARGS__) M(U16, __VA_ARGS__) M(U32, __VA_ARGS__) M(U64, __VA_ARGS__)
+#define SVE_FOR_S(M, ...) M(S8, __VA_ARGS__) M(S16, __VA_ARGS__) M(S32, __VA_ARGS__) M(S64, __VA_ARGS__)
+#define SVE_LIST_U(M, ...) M(U8, __VA_ARGS__), M(U16, __VA_ARGS__), M(U32, __VA_ARGS__), M(U64, __VA_ARGS__)
+#define SVE_LIST_S(M, ...) M(S8, __VA_ARGS__), M(S16, __VA_ARGS__), M(S32, __VA_ARGS__), M(S64, __VA_ARGS__)
+// The three narrower types (forms that exist only for 8-, 16- and 32-bit elements).
+#define SVE_FOR_U3(M, ...) M(U8, __VA_ARGS__) M(U16, __VA_ARGS__) M(U32, __VA_ARGS__)
+#define SVE_FOR_S3(M, ...) M(S8, __VA_ARGS__) M(S16, __VA_ARGS__) M(S32, __VA_ARGS__)
+#define SVE_LIST_U3(M, ...) M(U8, __VA_ARGS__), M(U16, __VA_ARGS__), M(U32, __VA_ARGS__)
+#define SVE_LIST_S3(M, ...) M(S8, __VA_ARGS__), M(S16, __VA_ARGS__), M(S32, __VA_ARGS__)

@@ -22,11 +22,13 @@ cpu_state random_state(uint32_t seed) {
   return s;
 }
 
+// Memory handlers are left out: random base registers would fault; their own
+// tests give them mapped addresses.
 TEST(Contract, EveryLiveHandlerStoresItsWordAndReturnsOk) {
   std::mt19937 rng(1);
   for (const DecodeEntry& e : kDecodeEntries) {
     Handler h = entry_handler(e);
-    if (!h) continue;
+    if (!h || entry_group(e) == "Memory") continue;
     for (int k = 0; k < 4; ++k) {
       uint32_t w = e.word | (uint32_t(rng()) & e.operand_mask);
       cpu_state s = random_state(rng());

@@ -1,0 +1,133 @@
+// Cost per emulated instruction of the predicate, permute and count
+// families, through the decode lookup and the handler as the client calls them.
+//
+//   pred_bench [Google Benchmark options]    nanoseconds per emulated instruction
+//   pred_bench --repeat LABEL N              runs one entry N times and exits (for
+//                                            instruction counts under callgrind)
+//   pred_bench --labels                      lists the entries
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <random>
+
+#include "sve/decode/decode.h"
+
+namespace {
+
+struct Case {
+  const char* label;  // family/route/form
+  uint32_t word;
+  const char* text;
+};
+
+// Fixed-length forms next to their length-agnostic twins.
+const Case kCases[] = {
+    {"pred_logic/fixed/and", 0x25034440, "and p0.b, p1/z, p2.b, p3.b"},
+    {"pred_logic/agnostic/ands", 0x25434440, "ands p0.b, p1/z, p2.b, p3.b"},
+    {"pred_logic/agnostic/nand", 0x25834650, "nand p0.b, p1/z, p2.b, p3.b"},
+    {"pred_logic/fixed/sel", 0x25034650, "sel p0.b, p1, p2.b, p3.b"},
+    {"pred_test/fixed/ptest", 0x2550c440, "ptest p1, p2.b"},
+    {"pred_test/fixed/pnext_s", 0x2599c420, "pnext p0.s, p1, p0.s"},
+    {"pred_test/agnostic/pfirst", 0x2558c020, "pfirst p0.b, p1, p0.b"},
+    {"pred_ptrue/fixed/ptrue_s", 0x2598e3e0, "ptrue p0.s"},
+    {"pred_ptrue/agnostic/ptrues_s", 0x2599e3e0, "ptrues p0.s"},
+    {"pred_brk/fixed/brka", 0x25104440, "brka p0.b, p1/z, p2.b"},
+    {"pred_brk/agnostic/brkas", 0x25504440, "brkas p0.b, p1/z, p2.b"},
+    {"pred_brk/fixed/brkpb", 0x2503c450, "brkpb p0.b, p1/z, p2.b, p3.b"},
+    {"pred_brk/agnostic/brkpa", 0x2503c440, "brkpa p0.b, p1/z, p2.b, p3.b"},
+    {"pred_permute/fixed/zip1_h", 0x05624020, "zip1 p0.h, p1.h, p2.h"},
+    {"pred_permute/agnostic/trn1_h", 0x05625020, "trn1 p0.h, p1.h, p2.h"},
+    {"perm_zip/fixed/zip1_s", 0x05a26020, "zip1 z0.s, z1.s, z2.s"},
+    {"perm_tbl_ext/fixed/tbl_b", 0x05223020, "tbl z0.b, {z1.b}, z2.b"},
+    {"perm_tbl_ext/fixed/ext", 0x05201420, "ext z0.b, z0.b, z1.b, #5"},
+    {"perm_dup/fixed/dup_zzi_s", 0x053c2020, "mov z0.s, z1.s[3]"},
+    {"perm_dup/fixed/dup_zr_s", 0x05a03820, "mov z0.s, w1"},
+    {"perm_dup/fixed/cpy_zpr_s", 0x05a8a420, "mov z0.s, p1/m, w1"},
+    {"perm_dup/fixed/cpy_zpi_s", 0x05910060, "mov z0.s, p1/z, #3"},
+    {"perm_sel/fixed/sel_s", 0x05a2c420, "sel z0.s, p1, z1.s, z2.s"},
+    {"perm_unpack/fixed/uunpklo_h", 0x05723820, "uunpklo z0.h, z1.b"},
+    {"perm_unpack/agnostic/sunpklo_h", 0x05703820, "sunpklo z0.h, z1.b"},
+    {"perm_last/fixed/lastb_s", 0x05a1a420, "lastb w0, p1, z1.s"},
+    {"perm_last/agnostic/lasta_s", 0x05a0a420, "lasta w0, p1, z1.s"},
+    {"perm_last/fixed/clastb_s", 0x05b1a420, "clastb w0, p1, w0, z1.s"},
+    {"perm_last/agnostic/clasta_s", 0x05b0a420, "clasta w0, p1, w0, z1.s"},
+    {"perm_insert/agnostic/insr_s", 0x05a43820, "insr z0.s, w1"},
+    {"perm_compact/agnostic/splice_s", 0x05ac8420, "splice z0.s, p1, z0.s, z1.s"},
+    {"perm_compact/agnostic/compact_s", 0x05a18420, "compact z0.s, p1, z1.s"},
+    {"count_pred/fixed/cntp_s", 0x25a08440, "cntp x0, p1, p2.s"},
+    {"count_pred/fixed/incp_s", 0x25ac8820, "incp x0, p1.s"},
+    {"count_pred/agnostic/decp_s", 0x25ad8820, "decp x0, p1.s"},
+    {"count_inc/fixed/incw_x", 0x04b2e3e0, "incw x0, all, mul #3"},
+    {"count_inc/agnostic/cntw", 0x04a2e3e0, "cntw x0, all, mul #3"},
+    {"count_inc/agnostic/sqincw_x", 0x04a0f3e0, "sqincw x0, w0"},
+    {"count_inc/fixed/incw_z", 0x04b0c3e0, "incw z0.s"},
+    {"count_inc/agnostic/sqincw_z", 0x04a0c3e0, "sqincw z0.s"},
+    {"count_while/fixed/whilelo_s", 0x25a21c20, "whilelo p0.s, x1, x2"},
+    {"count_while/agnostic/whilele_s", 0x25a21430, "whilele p0.s, x1, x2"},
+    {"count_index/fixed/index_ii_s", 0x04a34020, "index z0.s, #1, #3"},
+    {"count_index/fixed/addvl", 0x04215040, "addvl x0, x1, #2"},
+    {"count_cterm/agnostic/ctermeq", 0x25e22020, "ctermeq x1, x2"},
+};
+
+cpu_state* make_state() {
+  static cpu_state s;
+  std::mt19937_64 g(42);
+  std::memset(&s, 0, sizeof s);
+  for (auto& z : s.z)
+    for (auto& b : z) b = uint8_t(g());
+  for (auto& p : s.p)
+    for (auto& b : p) b = uint8_t(g() & 1);
+  for (auto& x : s.x) x = g() % 200;
+  return &s;
+}
+
+Handler handler_of(const Case& c) {
+  Handler h = get_sve_handler(c.word);
+  if (!h) {
+    std::fprintf(stderr, "pred_bench: no handler for %08x (%s)\n", c.word, c.text);
+    std::exit(2);
+  }
+  return h;
+}
+
+void run_case(benchmark::State& st, const Case* c) {
+  cpu_state* s = make_state();
+  Handler h = handler_of(*c);
+  for (auto _ : st) {
+    benchmark::DoNotOptimize(h(s, c->word));
+    benchmark::ClobberMemory();
+  }
+  st.SetLabel(c->text);
+}
+
+int repeat(const char* label, long n) {
+  for (const Case& c : kCases) {
+    if (std::strcmp(c.label, label) != 0) continue;
+    cpu_state* s = make_state();
+    Handler h = handler_of(c);
+    for (long i = 0; i < n; ++i) {
+      benchmark::DoNotOptimize(h(s, c.word));
+      benchmark::ClobberMemory();
+    }
+    return 0;
+  }
+  std::fprintf(stderr, "pred_bench: no case %s\n", label);
+  return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc == 4 && std::strcmp(argv[1], "--repeat") == 0) return repeat(argv[2], std::atol(argv[3]));
+  if (argc == 2 && std::strcmp(argv[1], "--labels") == 0) {
+    for (const Case& c : kCases) std::printf("%s\n", c.label);
+    return 0;
+  }
+  for (const Case& c : kCases) benchmark::RegisterBenchmark(c.label, run_case, &c);
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return 0;
+}

@@ -1,0 +1,117 @@
+// WHILELT, WHILELE (signed), WHILELO, WHILELS (unsigned) on W or X registers.
+// LT, LO and LS run fixed length; LE runs length agnostic.
+#include "sve/int/pred_drivers.h"
+
+namespace sve {
+namespace {
+
+// Rn compared with Rm at `bits` as signed or unsigned values (LT or LE).
+template <bool Unsigned, bool OrEqual> struct WhileCond {
+  int bits;
+  bool operator()(uint64_t a, uint64_t b) const {
+    int sh = 64 - bits;
+    if (Unsigned) {
+      a = (a << sh) >> sh;
+      b = (b << sh) >> sh;
+      return OrEqual ? a <= b : a < b;
+    }
+    int64_t x = int64_t(a << sh) >> sh, y = int64_t(b << sh) >> sh;
+    return OrEqual ? x <= y : x < y;
+  }
+};
+
+// Element e is true while the condition held for Rn + 0 .. Rn + e (Rn
+// incremented at its own width); set(e, v) receives each of the n elements.
+template <class Cond, class Set> inline void while_walk(int n, uint64_t rn, uint64_t rm, Cond cond, Set set) {
+  bool run = true;
+  for (int e = 0; e < n; ++e) {
+    run = run && cond(rn, rm);
+    set(e, run);
+    ++rn;
+  }
+}
+
+template <bool Unsigned, bool OrEqual>
+aarch64_decode_rc while_fixed(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn, aarch64_i_reg rm, int bits) {
+  int ebytes = 1 << pd.esize;
+  alignas(16) uint8_t tmp[SVE_VL_BYTES] = {};
+  while_walk(SVE_VL_BYTES >> pd.esize, read_reg(s, rn), read_reg(s, rm), WhileCond<Unsigned, OrEqual>{bits},
+             [&](int e, bool v) { tmp[e * ebytes] = v; });
+  std::memcpy(s->p[pd.num], tmp, SVE_VL_BYTES);
+  ptest_esize(s, pd.esize, all_true_lanes(pd.esize), tmp);
+  return DECODE_OK;
+}
+
+// Routine of the length-agnostic form: result map d; flags against an
+// all-true predicate at the element width.
+template <class T, int Bits>
+void whilele_routine(PredV* d, uint64_t rn, uint64_t rm, CpuContext* c) {
+  constexpr int E = int(sizeof(T));
+  PredV all{};
+  *d = PredV{};
+  int n = agnostic_elems<T>(c);
+  for (int e = 0; e < n; ++e) all.set(e * E, true);
+  while_walk(n, rn, rm, WhileCond<false, true>{Bits}, [&](int e, bool v) { d->set(e * E, v); });
+  PredSetNZCV(all, *d, E * 8, c);
+}
+using AgnosticWhile = void (*)(PredV*, uint64_t, uint64_t, CpuContext*);
+
+}  // namespace
+}  // namespace sve
+
+aarch64_decode_rc sve_whilelt_prr(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn, aarch64_i_reg rm, int bits) {
+  return sve::while_fixed<false, false>(s, pd, rn, rm, bits);
+}
+aarch64_decode_rc sve_whilelo_prr(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn, aarch64_i_reg rm, int bits) {
+  return sve::while_fixed<true, false>(s, pd, rn, rm, bits);
+}
+aarch64_decode_rc sve_whilels_prr(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn, aarch64_i_reg rm, int bits) {
+  return sve::while_fixed<true, true>(s, pd, rn, rm, bits);
+}
+
+#define SVE_WHILELE_EXPORT(T, ...)                                                                  \
+  extern "C" void Vec##T##While4LESS(PredV* d, uint64_t n, uint64_t m, CpuContext* c) {             \
+    sve::whilele_routine<sve::ty::T, 32>(d, n, m, c);                                               \
+  }                                                                                                 \
+  extern "C" void Vec##T##While8LESS(PredV* d, uint64_t n, uint64_t m, CpuContext* c) {             \
+    sve::whilele_routine<sve::ty::T, 64>(d, n, m, c);                                               \
+  }
+SVE_FOR_S(SVE_WHILELE_EXPORT)
+
+namespace sve {
+namespace {
+
+// Pd = bits 3-0, Rn = bits 9-5, Rm = bits 20-16.
+using WhileExec = aarch64_decode_rc (*)(cpu_state*, aarch64_p_reg, aarch64_i_reg, aarch64_i_reg, int);
+template <class T, WhileExec X, int Bits> aarch64_decode_rc while_handler(cpu_state* s, unsigned w) {
+  s->insn = w;
+  return X(s, preg<T>(field(w, 3, 0)), aarch64_i_reg{uint8_t(field(w, 9, 5))},
+           aarch64_i_reg{uint8_t(field(w, 20, 16))}, Bits);
+}
+template <AgnosticWhile R> aarch64_decode_rc whilele_handler(cpu_state* s, unsigned w) {
+  s->insn = w;
+  CpuContext c = fast_context(s);
+  PredV d;
+  R(&d, read_reg(s, aarch64_i_reg{uint8_t(field(w, 9, 5))}), read_reg(s, aarch64_i_reg{uint8_t(field(w, 20, 16))}),
+    &c);
+  unpack_lanes(d, s->p[field(w, 3, 0)]);
+  finish_context(s, c);
+  return DECODE_OK;
+}
+
+}  // namespace
+}  // namespace sve
+
+#define SVE_WHILE_DEFS(TS, TU, ...)                                                        \
+  SVE_DEF(TS, While4LTSS, sve::while_handler, &sve_whilelt_prr, 32),                       \
+      SVE_DEF(TS, While8LTSS, sve::while_handler, &sve_whilelt_prr, 64),                   \
+      SVE_DEF(TU, While4LTSS, sve::while_handler, &sve_whilelo_prr, 32),                   \
+      SVE_DEF(TU, While8LTSS, sve::while_handler, &sve_whilelo_prr, 64),                   \
+      SVE_DEF(TU, While4LESS, sve::while_handler, &sve_whilels_prr, 32),                   \
+      SVE_DEF(TU, While8LESS, sve::while_handler, &sve_whilels_prr, 64),                   \
+      SVE_AGN_DEF(TS, While4LESS, sve::whilele_handler), SVE_AGN_DEF(TS, While8LESS, sve::whilele_handler)
+
+const HandlerDef kCountWhileHandlers[] = {
+    SVE_WHILE_DEFS(S8, U8), SVE_WHILE_DEFS(S16, U16), SVE_WHILE_DEFS(S32, U32), SVE_WHILE_DEFS(S64, U64),
+};
+std::span<const HandlerDef> count_while_handlers() { return kCountWhileHandlers; }

@@ -1,0 +1,90 @@
+// SUNPKLO, SUNPKHI, UUNPKLO, UUNPKHI: half of Zn widened to twice the element
+// width. Zero-extending forms and the sign-extending form to doublewords run
+// fixed length; sign extension to halfwords and words runs length agnostic.
+#include <type_traits>
+
+#include "sve/decode/routes.h"
+
+namespace sve {
+namespace {
+
+// Wide element i = Narrow element (half + i), extended by the narrow type's signedness.
+template <class Narrow> using WideOf = std::conditional_t<
+    std::is_signed_v<Narrow>, IntOf<2 * sizeof(Narrow), true>, IntOf<2 * sizeof(Narrow), false>>;
+
+template <class Narrow>
+inline void unpack_loop(uint8_t* d, const uint8_t* a, int wide_elems, int half) {
+  using Wide = WideOf<Narrow>;
+  for (int i = 0; i < wide_elems; ++i) set_elem<Wide>(d, i, Wide(elem<Narrow>(a, half + i)));
+}
+
+template <class Narrow, bool Hi>
+aarch64_decode_rc unpack_fixed(cpu_state* s, aarch64_z_reg zd, aarch64_z_reg zn) {
+  constexpr int n = SVE_VL_BYTES / int(2 * sizeof(Narrow));
+  alignas(16) uint8_t tmp[SVE_VL_BYTES];
+  unpack_loop<Narrow>(tmp, s->z[zn.num], n, Hi ? n : 0);
+  std::memcpy(s->z[zd.num], tmp, SVE_VL_BYTES);
+  return DECODE_OK;
+}
+
+template <class Narrow, bool Hi>
+void unpack_routine(uint8_t* d, const uint8_t* a, const PredV*, uint64_t, CpuContext* c) {
+  int n = vl_bytes(c) / int(2 * sizeof(Narrow));
+  unpack_loop<Narrow>(d, a, n, Hi ? n : 0);
+}
+
+}  // namespace
+}  // namespace sve
+
+#define SVE_UNPK_EXEC(NAME, NARROW, HI)                                          \
+  aarch64_decode_rc NAME(cpu_state* s, aarch64_z_reg zd, aarch64_z_reg zn) {     \
+    return sve::unpack_fixed<NARROW, HI>(s, zd, zn);                             \
+  }
+SVE_UNPK_EXEC(sve_uunpklo_b2h_zz, uint8_t, false)
+SVE_UNPK_EXEC(sve_uunpkhi_b2h_zz, uint8_t, true)
+SVE_UNPK_EXEC(sve_uunpklo_h2s_zz, uint16_t, false)
+SVE_UNPK_EXEC(sve_uunpkhi_h2s_zz, uint16_t, true)
+SVE_UNPK_EXEC(sve_uunpklo_s2d_zz, uint32_t, false)
+SVE_UNPK_EXEC(sve_uunpkhi_s2d_zz, uint32_t, true)
+SVE_UNPK_EXEC(sve_sunpklo_s2d_zz, int32_t, false)
+SVE_UNPK_EXEC(sve_sunpkhi_s2d_zz, int32_t, true)
+
+#define SVE_UNPK_EXPORT(NAME, NARROW, HI)                                                     \
+  extern "C" void NAME(uint8_t* d, const uint8_t* a, const PredV* p, uint64_t imm, CpuContext* c) { \
+    sve::unpack_routine<NARROW, HI>(d, a, p, imm, c);                                         \
+  }
+SVE_UNPK_EXPORT(VecS16UnpackLoV, int8_t, false)
+SVE_UNPK_EXPORT(VecS16UnpackHiV, int8_t, true)
+SVE_UNPK_EXPORT(VecS32UnpackLoV, int16_t, false)
+SVE_UNPK_EXPORT(VecS32UnpackHiV, int16_t, true)
+
+namespace sve {
+namespace {
+using Zz = aarch64_decode_rc (*)(cpu_state*, aarch64_z_reg, aarch64_z_reg);
+// Zd = bits 4-0, Zn = bits 9-5.
+template <class T, Zz X> aarch64_decode_rc zz_handler(cpu_state* s, unsigned w) {
+  s->insn = w;
+  return X(s, zreg<T>(field(w, 4, 0)), zreg<T>(field(w, 9, 5)));
+}
+template <AgnosticVI R> aarch64_decode_rc agnostic_handler(cpu_state* s, unsigned w) {
+  s->insn = w;
+  return run_agnostic_vi(s, field(w, 4, 0), field(w, 9, 5), -1, 0, R);
+}
+}  // namespace
+}  // namespace sve
+
+const HandlerDef kPermUnpackHandlers[] = {
+    SVE_DEF(U16, UnpackLoV, sve::zz_handler, &sve_uunpklo_b2h_zz),
+    SVE_DEF(U16, UnpackHiV, sve::zz_handler, &sve_uunpkhi_b2h_zz),
+    SVE_DEF(U32, UnpackLoV, sve::zz_handler, &sve_uunpklo_h2s_zz),
+    SVE_DEF(U32, UnpackHiV, sve::zz_handler, &sve_uunpkhi_h2s_zz),
+    SVE_DEF(U64, UnpackLoV, sve::zz_handler, &sve_uunpklo_s2d_zz),
+    SVE_DEF(U64, UnpackHiV, sve::zz_handler, &sve_uunpkhi_s2d_zz),
+    SVE_DEF(S64, UnpackLoV, sve::zz_handler, &sve_sunpklo_s2d_zz),
+    SVE_DEF(S64, UnpackHiV, sve::zz_handler, &sve_sunpkhi_s2d_zz),
+    SVE_AGN_DEF(S16, UnpackLoV, sve::agnostic_handler),
+    SVE_AGN_DEF(S16, UnpackHiV, sve::agnostic_handler),
+    SVE_AGN_DEF(S32, UnpackLoV, sve::agnostic_handler),
+    SVE_AGN_DEF(S32, UnpackHiV, sve::agnostic_handler),
+};
+std::span<const HandlerDef> perm_unpack_handlers() { return kPermUnpackHandlers; }

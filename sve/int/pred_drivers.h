@@ -1,0 +1,142 @@
+// Predicate drivers of the predicate, permute and count families.
+//  - unpacked: loops over the 112 lanes of cpu_state predicates (one byte per
+//    vector byte) with constant trip counts;
+//  - packed: the length-agnostic route's PredV maps and the runners that
+//    build the context, call a routine and write the results back.
+#pragma once
+#include <cstdint>
+#include <cstring>
+
+#include "sve/decode/handler.h"
+#include "sve/decode/routes.h"
+#include "sve/int/flags.h"
+#include "sve/state/context.h"
+#include "sve/state/cpu_state.h"
+
+namespace sve {
+
+// ---- unpacked lanes ----
+
+// The E-byte element i of a predicate written as the integer 0 or 1.
+inline void set_pred_elem(uint8_t* lanes, int i, int ebytes, bool v) {
+  lanes[i * ebytes] = v;
+  for (int k = 1; k < ebytes; ++k) lanes[i * ebytes + k] = 0;
+}
+
+// Elements per vector at E bytes; the first E-byte element with bit 0 set
+// searching down from the top, or -1.
+inline int last_true(const uint8_t* lanes, int ebytes) {
+  for (int i = SVE_VL_BYTES / ebytes - 1; i >= 0; --i)
+    if (lanes[i * ebytes] & 1) return i;
+  return -1;
+}
+inline int first_true(const uint8_t* lanes, int ebytes) {
+  for (int i = 0; i < SVE_VL_BYTES / ebytes; ++i)
+    if (lanes[i * ebytes] & 1) return i;
+  return -1;
+}
+inline int count_true(const uint8_t* lanes, int ebytes) {
+  int c = 0;
+  for (int i = 0; i < SVE_VL_BYTES; i += ebytes) c += lanes[i] & 1;
+  return c;
+}
+
+// Pd[k] = Pg[k] ? f(Pn[k], Pm[k]) : (zeroing ? 0 : Pd[k]) over all lanes, bit 0
+// of each lane only, eight lanes per 64-bit word (f is a bitwise operation on
+// words); built in a temporary so that Pd may alias any source.
+template <class F>
+inline void lanes_ppp(uint8_t* pd, const uint8_t* pg, const uint8_t* pn, const uint8_t* pm, bool zeroing, F f) {
+  constexpr uint64_t kLow = 0x0101010101010101ull;
+  uint64_t keep_mask = zeroing ? 0 : kLow;
+  uint64_t tmp[SVE_VL_BYTES / 8];
+  for (int j = 0; j < SVE_VL_BYTES / 8; ++j) {
+    uint64_t g, n, m, d;
+    std::memcpy(&g, pg + 8 * j, 8);
+    std::memcpy(&n, pn + 8 * j, 8);
+    std::memcpy(&m, pm + 8 * j, 8);
+    std::memcpy(&d, pd + 8 * j, 8);
+    tmp[j] = (f(n, m) & g & kLow) | (d & ~g & keep_mask);
+  }
+  std::memcpy(pd, tmp, SVE_VL_BYTES);
+}
+
+// The fixed-length predicate test at an element-size code.
+inline void ptest_esize(cpu_state* s, int esize, const uint8_t* governing, const uint8_t* tested) {
+  auto g = reinterpret_cast<const char*>(governing);
+  auto t = reinterpret_cast<const char*>(tested);
+  switch (esize) {
+    case ESIZE_H: sve_ptest<short>(s, g, t); break;
+    case ESIZE_S: sve_ptest<int>(s, g, t); break;
+    case ESIZE_D: sve_ptest<long>(s, g, t); break;
+    default: sve_ptest<signed char>(s, g, t); break;
+  }
+}
+
+// All-true lanes at E bytes (an E-byte 1 per element).
+inline const uint8_t* all_true_lanes(int esize) {
+  struct Table {
+    uint8_t l[4][SVE_VL_BYTES];
+    Table() : l{} {
+      for (int e = 0; e < 4; ++e)
+        for (int k = 0; k < SVE_VL_BYTES; k += 1 << e) l[e][k] = 1;
+    }
+  };
+  static const Table t;
+  return t.l[esize & 3];
+}
+
+// ---- packed maps ----
+
+// Packing goes through the route's eight-lanes-at-a-time helpers.
+inline PredV pack_lanes(const uint8_t* lanes) { return fast_pack(lanes); }
+inline void unpack_lanes(const PredV& p, uint8_t* lanes) { fast_unpack(p, lanes); }
+
+// Flags (bits 31-28 only), status and FFR back into the state.
+inline void finish_context(cpu_state* s, const CpuContext& c) {
+  s->nzcv = (s->nzcv & ~uint64_t(0xF0000000u)) | (c.flags & 0xF0000000u);
+  s->fpsr = c.fpsr;
+  unpack_lanes(c.ffr, s->ffr);
+}
+
+// Element e of E bits of a map.
+inline bool pbit(const PredV& p, int e, int ebits) { return p.bit(e * ebits); }
+
+// Routine of a predicate-to-predicate operation on the length-agnostic route.
+using AgnosticPPPP = void (*)(PredV* d, const PredV* g, const PredV* n, const PredV* m, CpuContext* c);
+
+// Packs the predicates the routine reads (a negative number packs none),
+// runs it and unpacks the result into Pd.
+inline aarch64_decode_rc run_agnostic_pppp(cpu_state* s, unsigned pd, int pg, int pn, int pm, AgnosticPPPP r) {
+  CpuContext c = fast_context(s);
+  PredV g{}, n{}, m{}, d{};
+  if (pg >= 0) g = pack_lanes(s->p[pg]);
+  if (pn >= 0) n = pack_lanes(s->p[pn]);
+  if (pm >= 0) m = pack_lanes(s->p[pm]);
+  r(&d, &g, &n, &m, &c);
+  unpack_lanes(d, s->p[pd]);
+  finish_context(s, c);
+  return DECODE_OK;
+}
+
+// Number of elements of a PTRUE pattern among `elems` (VecTrueILength).
+constexpr int VecTrueILength(int pattern, int elems) {
+  switch (pattern) {
+    case 0: {
+      int p = 1;
+      while (p * 2 <= elems) p *= 2;
+      return elems ? p : 0;
+    }
+    case 1: case 2: case 3: case 4: case 5: case 6: case 7: case 8:
+      return pattern <= elems ? pattern : 0;
+    case 9: case 10: case 11: case 12: case 13: {
+      int n = 16 << (pattern - 9);
+      return n <= elems ? n : 0;
+    }
+    case 29: return elems - elems % 4;
+    case 30: return elems - elems % 3;
+    case 31: return elems;
+    default: return 0;
+  }
+}
+
+}  // namespace sve

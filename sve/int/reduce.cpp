@@ -1,0 +1,114 @@
+// Reductions to a SIMD&FP scalar: ANDV, ORV, EORV, UADDV, SADDV, SMAXV,
+// SMINV, UMAXV, UMINV. The result goes into the low bytes of Z register d
+// (64 bits for the sums, the element width otherwise); the rest is cleared.
+#include <limits>
+
+#include "sve/decode/routes.h"
+#include "sve/int/wrap.h"
+
+namespace sve {
+namespace {
+
+// Each reduction: its fold and the start value, which is also its neutral value.
+struct AndR {
+  template <class T> static constexpr T start() { return T(~T(0)); }
+  template <class T> T operator()(T a, T b) const { return T(a & b); }
+};
+struct OrR {
+  template <class T> static constexpr T start() { return T(0); }
+  template <class T> T operator()(T a, T b) const { return T(a | b); }
+};
+struct XorR {
+  template <class T> static constexpr T start() { return T(0); }
+  template <class T> T operator()(T a, T b) const { return T(a ^ b); }
+};
+struct MaxR {
+  template <class T> static constexpr T start() { return std::numeric_limits<T>::min(); }
+  template <class T> T operator()(T a, T b) const { return a >= b ? a : b; }
+};
+struct MinR {
+  template <class T> static constexpr T start() { return std::numeric_limits<T>::max(); }
+  template <class T> T operator()(T a, T b) const { return a <= b ? a : b; }
+};
+// Sums in 64 bits: each element sign- or zero-extended by its type.
+struct SumR {
+  uint64_t operator()(uint64_t a, uint64_t b) const { return a + b; }
+};
+
+template <class T, class Acc> aarch64_decode_rc write_scalar(cpu_state* s, unsigned vd, Acc value) {
+  std::memset(s->z[vd], 0, SVE_VL_BYTES);
+  set_elem<Acc>(s->z[vd], 0, value);
+  return DECODE_OK;
+}
+template <class T, class Op> aarch64_decode_rc fixed_reduce(cpu_state* s, unsigned vd, unsigned pg, unsigned zn) {
+  T r = fold<T>(s->z[zn], kElems<T>, LanePred{s->p[pg]}, Op::template start<T>(), Op{});
+  return write_scalar<T>(s, vd, r);
+}
+// UADDV: elements zero-extended (T unsigned) and added in 64 bits.
+template <class T> aarch64_decode_rc fixed_sum(cpu_state* s, unsigned vd, unsigned pg, unsigned zn) {
+  uint64_t r = fold<T>(s->z[zn], kElems<T>, LanePred{s->p[pg]}, uint64_t(0), SumR{});
+  return write_scalar<T>(s, vd, r);
+}
+
+// SADDV: the routine writes the whole result image.
+template <class T> void saddv_routine(uint8_t* d, const uint8_t* a, const PredV* pg, const uint8_t*, CpuContext* c) {
+  int vl = vl_bytes(c);
+  uint64_t sum = 0;
+  for (int i = 0; i < vl / int(sizeof(T)); ++i)
+    if (pg->bit(i * int(sizeof(T)))) sum += uint64_t(int64_t(elem<T>(a, i)));
+  std::memset(d, 0, size_t(vl));
+  set_elem<uint64_t>(d, 0, sum);
+}
+
+// Vd = bits 4-0, Zn = bits 9-5, Pg = bits 12-10.
+template <class T, auto Exec> aarch64_decode_rc h_vpz(cpu_state* s, unsigned w) {
+  s->insn = w;
+  return Exec(s, field(w, 4, 0), preg<T>(field(w, 12, 10)), zreg<T>(field(w, 9, 5)));
+}
+template <AgnosticVV R> aarch64_decode_rc h_agn_vpz(cpu_state* s, unsigned w) {
+  s->insn = w;
+  return run_agnostic_vv(s, field(w, 4, 0), field(w, 9, 5), int(field(w, 12, 10)), field(w, 9, 5), R);
+}
+
+}  // namespace
+}  // namespace sve
+
+using namespace sve;
+
+#define SVE_REDUCE_EXEC(NAME, SIGNED, OP)                                                               \
+  extern "C" aarch64_decode_rc NAME(cpu_state* s, unsigned vd, aarch64_p_reg pg, aarch64_z_reg zn) {   \
+    return by_esize<SIGNED>(zn.esize, [&](auto t) {                                                     \
+      return fixed_reduce<typename decltype(t)::type, OP>(s, vd, pg.num, zn.num);                      \
+    });                                                                                                 \
+  }
+SVE_REDUCE_EXEC(sve_andv_vpz, false, AndR)
+SVE_REDUCE_EXEC(sve_orv_vpz, false, OrR)
+SVE_REDUCE_EXEC(sve_eorv_vpz, false, XorR)
+SVE_REDUCE_EXEC(sve_smaxv_vpz, true, MaxR)
+SVE_REDUCE_EXEC(sve_sminv_vpz, true, MinR)
+SVE_REDUCE_EXEC(sve_umaxv_vpz, false, MaxR)
+SVE_REDUCE_EXEC(sve_uminv_vpz, false, MinR)
+extern "C" aarch64_decode_rc sve_uaddv_vpz(cpu_state* s, unsigned vd, aarch64_p_reg pg, aarch64_z_reg zn) {
+  return by_esize<false>(zn.esize, [&](auto t) { return fixed_sum<typename decltype(t)::type>(s, vd, pg.num, zn.num); });
+}
+
+SVE_EXPORT_VV(S8, AddReduceV, saddv_routine)
+SVE_EXPORT_VV(S16, AddReduceV, saddv_routine)
+SVE_EXPORT_VV(S32, AddReduceV, saddv_routine)
+
+namespace {
+const HandlerDef kReduceHandlers[] = {
+    SVE_DEFS_U(AndReduceV, h_vpz, &sve_andv_vpz),
+    SVE_DEFS_U(OrReduceV, h_vpz, &sve_orv_vpz),
+    SVE_DEFS_U(XorReduceV, h_vpz, &sve_eorv_vpz),
+    SVE_DEFS_U(AddReduceV, h_vpz, &sve_uaddv_vpz),
+    SVE_DEFS_S(MaxReduceV, h_vpz, &sve_smaxv_vpz),
+    SVE_DEFS_S(MinReduceV, h_vpz, &sve_sminv_vpz),
+    SVE_DEFS_U(MaxReduceV, h_vpz, &sve_umaxv_vpz),
+    SVE_DEFS_U(MinReduceV, h_vpz, &sve_uminv_vpz),
+    SVE_AGN_DEF(S8, AddReduceV, h_agn_vpz),
+    SVE_AGN_DEF(S16, AddReduceV, h_agn_vpz),
+    SVE_AGN_DEF(S32, AddReduceV, h_agn_vpz),
+};
+}  // namespace
+std::span<const HandlerDef> reduce_handlers() { return kReduceHandlers; }
