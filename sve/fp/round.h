@@ -1,0 +1,49 @@
+// The rounding step shared by every operation that rounds: one exact value,
+// given as sign, biased exponent and the fraction left-justified in the
+// carrier (leading one removed, lost bits ORed into bit 0), becomes the
+// nearest representable value under the rounding mode, raising UFC, OFC, IXC
+// (and IOC for an alternative-format half overflow) in *flags.
+#pragma once
+#include "sve/fp/format.h"
+
+namespace sve {
+
+// Denormal results, flushing, and the alternative half format.
+template <class T> T fp_round_slow(int sign, int exp, T frac, int rm, int mode, int* flags);
+
+// Normal results take a short path: the rounding increment is added to the
+// packed value, so a carry out of the fraction moves into the exponent and an
+// overflow that rounds up lands exactly on infinity.
+template <class T> inline T fp_round(int sign, int exp, T frac, int rm, int mode, int* flags) {
+  constexpr int R = fp_N<T> - fp_F<T>;  // carrier bits below the kept fraction
+  if (exp < 1 || exp >= fp_emax<T> || (fp_N<T> == 16 && (mode & MODE_AHP)))
+    return fp_round_slow(sign, exp, frac, rm, mode, flags);
+  T low = T(frac & ((T(1) << R) - 1)), half = T(T(1) << (R - 1));
+  T packed = fp_pack<T>(sign, exp, T(frac >> R));
+  bool inexact = low != 0;
+  T up;
+  if (rm == 0) [[likely]]
+    up = T((low + half - 1 + (packed & 1)) >> R);  // above half, or half and odd
+  else
+    up = T(inexact && ((rm == 1 && !sign) || (rm == 2 && sign)));
+  packed = T(packed + up);
+  if (rm == 5) packed = T(packed | T(inexact));
+  if (inexact) *flags |= FLAG_IXC;
+  // Only a round-up reaches the all-ones exponent, and only in the modes that overflow to infinity.
+  if (fp_exp(packed) == fp_emax<T>) *flags |= FLAG_OFC | FLAG_IXC;
+  return packed;
+}
+
+unsigned short fp16_round_(int sign, int exp, unsigned short frac, int rm, int mode, int* flags);
+unsigned int fp32_round_(int sign, int exp, unsigned int frac, int rm, int mode, int* flags);
+unsigned long fp64_round_(int sign, int exp, unsigned long frac, int rm, int mode, int* flags);
+
+// Normalises a non-zero wide value x whose value is x * 2^scale_exp (scale_exp
+// counted as a biased exponent of bit 0) and rounds it.
+template <class T, class W>
+inline T fp_round_wide(int sign, int scale_exp, W x, int rm, int mode, int* flags) {
+  int lz = fp_clz(x);
+  return fp_round<T>(sign, scale_exp + fp_width<W> - 1 - lz, fp_fraction_of<T>(W(x << lz)), rm, mode, flags);
+}
+
+}  // namespace sve
