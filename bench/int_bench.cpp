@@ -4,26 +4,18 @@
 //   int_bench [Google Benchmark options]     nanoseconds per emulated instruction
 //   int_bench --repeat LABEL N               runs one entry N times and exits (for
 //                                            instruction counts under callgrind)
-#include <benchmark/benchmark.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <random>
 #include <string>
 
-#include "sve/decode/decode.h"
+#include "bench/word_bench.h"
 
 namespace {
 
-struct Case {
-  const char* label;  // family/route/form
-  uint32_t word;
-  const char* text;
-};
-
 // Fixed-length forms next to their length-agnostic twins.
-const Case kCases[] = {
+const BenchCase kCases[] = {
     {"arith/fixed/add_zpz_b", 0x04000020, "add z0.b, p0/m, z0.b, z1.b"},
     {"arith/fixed/add_zpz_d", 0x04c00020, "add z0.d, p0/m, z0.d, z1.d"},
     {"arith/fixed/sub_zpz_b", 0x04010020, "sub z0.b, p0/m, z0.b, z1.b"},
@@ -84,51 +76,6 @@ cpu_state* make_state() {
   return &s;
 }
 
-Handler handler_of(const Case& c) {
-  Handler h = get_sve_handler(c.word);
-  if (!h) {
-    std::fprintf(stderr, "int_bench: no handler for %08x (%s)\n", c.word, c.text);
-    std::exit(2);
-  }
-  return h;
-}
-
-void run_case(benchmark::State& st, const Case* c) {
-  cpu_state* s = make_state();
-  Handler h = handler_of(*c);
-  for (auto _ : st) {
-    benchmark::DoNotOptimize(h(s, c->word));
-    benchmark::ClobberMemory();
-  }
-  st.SetLabel(c->text);
-}
-
-int repeat(const char* label, long n) {
-  for (const Case& c : kCases) {
-    if (std::strcmp(c.label, label) != 0) continue;
-    cpu_state* s = make_state();
-    Handler h = handler_of(c);
-    for (long i = 0; i < n; ++i) {
-      benchmark::DoNotOptimize(h(s, c.word));
-      benchmark::ClobberMemory();
-    }
-    return 0;
-  }
-  std::fprintf(stderr, "int_bench: no case %s\n", label);
-  return 2;
-}
-
 }  // namespace
 
-int main(int argc, char** argv) {
-  if (argc == 4 && std::strcmp(argv[1], "--repeat") == 0) return repeat(argv[2], std::atol(argv[3]));
-  if (argc == 2 && std::strcmp(argv[1], "--labels") == 0) {
-    for (const Case& c : kCases) std::printf("%s\n", c.label);
-    return 0;
-  }
-  for (const Case& c : kCases) benchmark::RegisterBenchmark(c.label, run_case, &c);
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
-}
+int main(int argc, char** argv) { return WordBench{"int_bench", kCases, make_state}.main(argc, argv); }

@@ -5,25 +5,17 @@
 //   pred_bench --repeat LABEL N              runs one entry N times and exits (for
 //                                            instruction counts under callgrind)
 //   pred_bench --labels                      lists the entries
-#include <benchmark/benchmark.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <random>
 
-#include "sve/decode/decode.h"
+#include "bench/word_bench.h"
 
 namespace {
 
-struct Case {
-  const char* label;  // family/route/form
-  uint32_t word;
-  const char* text;
-};
-
 // Fixed-length forms next to their length-agnostic twins.
-const Case kCases[] = {
+const BenchCase kCases[] = {
     {"pred_logic/fixed/and", 0x25034440, "and p0.b, p1/z, p2.b, p3.b"},
     {"pred_logic/agnostic/ands", 0x25434440, "ands p0.b, p1/z, p2.b, p3.b"},
     {"pred_logic/agnostic/nand", 0x25834650, "nand p0.b, p1/z, p2.b, p3.b"},
@@ -83,51 +75,6 @@ cpu_state* make_state() {
   return &s;
 }
 
-Handler handler_of(const Case& c) {
-  Handler h = get_sve_handler(c.word);
-  if (!h) {
-    std::fprintf(stderr, "pred_bench: no handler for %08x (%s)\n", c.word, c.text);
-    std::exit(2);
-  }
-  return h;
-}
-
-void run_case(benchmark::State& st, const Case* c) {
-  cpu_state* s = make_state();
-  Handler h = handler_of(*c);
-  for (auto _ : st) {
-    benchmark::DoNotOptimize(h(s, c->word));
-    benchmark::ClobberMemory();
-  }
-  st.SetLabel(c->text);
-}
-
-int repeat(const char* label, long n) {
-  for (const Case& c : kCases) {
-    if (std::strcmp(c.label, label) != 0) continue;
-    cpu_state* s = make_state();
-    Handler h = handler_of(c);
-    for (long i = 0; i < n; ++i) {
-      benchmark::DoNotOptimize(h(s, c.word));
-      benchmark::ClobberMemory();
-    }
-    return 0;
-  }
-  std::fprintf(stderr, "pred_bench: no case %s\n", label);
-  return 2;
-}
-
 }  // namespace
 
-int main(int argc, char** argv) {
-  if (argc == 4 && std::strcmp(argv[1], "--repeat") == 0) return repeat(argv[2], std::atol(argv[3]));
-  if (argc == 2 && std::strcmp(argv[1], "--labels") == 0) {
-    for (const Case& c : kCases) std::printf("%s\n", c.label);
-    return 0;
-  }
-  for (const Case& c : kCases) benchmark::RegisterBenchmark(c.label, run_case, &c);
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
-}
+int main(int argc, char** argv) { return WordBench{"pred_bench", kCases, make_state}.main(argc, argv); }

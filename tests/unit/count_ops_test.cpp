@@ -6,20 +6,11 @@
 #include <string>
 
 #include "sve/decode/decode.h"
+#include "test_support.h"
 
 namespace {
+using namespace test_support;
 
-cpu_state zero_state() {
-  cpu_state s;
-  std::memset(&s, 0, sizeof s);
-  return s;
-}
-void run(cpu_state& s, uint32_t w) {
-  Handler h = get_sve_handler(w);
-  ASSERT_NE(h, nullptr) << std::hex << w;
-  ASSERT_EQ(h(&s, w), DECODE_OK);
-}
-unsigned flags(const cpu_state& s) { return unsigned(s.nzcv >> 28) & 15; }
 
 TEST(CountByPattern, PatternsAtThisLength) {
   cpu_state s = zero_state();

@@ -5,8 +5,10 @@
 #include <random>
 
 #include "sve/int/flags.h"
+#include "test_support.h"
 
 namespace {
+using namespace test_support;
 using namespace sve;
 
 struct Lanes {
@@ -14,7 +16,6 @@ struct Lanes {
 };
 
 unsigned flags_of(const cpu_state& s) { return unsigned(s.nzcv >> 28); }
-constexpr unsigned N = 8, Z = 4, C = 2;
 
 TEST(PredicateTest, AllFalseGoverningGivesZAndC) {
   cpu_state s{};

@@ -6,14 +6,11 @@
 #include <cstring>
 
 #include "sve/decode/decode.h"
+#include "test_support.h"
 
 namespace {
+using namespace test_support;
 
-cpu_state fresh() {
-  cpu_state s;
-  std::memset(&s, 0, sizeof s);
-  return s;
-}
 void run(cpu_state& s, uint32_t w) {
   Handler h = get_sve_handler(w);
   ASSERT_NE(h, nullptr) << std::hex << w;
@@ -34,7 +31,7 @@ void all_true(cpu_state& s, int p, int ebytes) {
 }
 
 TEST(IntPredication, EorWithItselfFollowsThePredicate) {
-  cpu_state s = fresh();
+  cpu_state s = zero_state();
   fill<uint8_t>(s, 0, 0x5A);
   run(s, 0x04190000);  // eor z0.b, p0/m, z0.b, z0.b with p0 all false
   EXPECT_EQ(get<uint8_t>(s, 0, 7), 0x5A);
@@ -44,7 +41,7 @@ TEST(IntPredication, EorWithItselfFollowsThePredicate) {
 }
 
 TEST(IntPredication, OnlyBitZeroOfTheFirstLaneByteGoverns) {
-  cpu_state s = fresh();
+  cpu_state s = zero_state();
   fill<uint64_t>(s, 0, 10);
   fill<uint64_t>(s, 1, 1);
   for (int i = 0; i < 112; i += 8) {
@@ -56,7 +53,7 @@ TEST(IntPredication, OnlyBitZeroOfTheFirstLaneByteGoverns) {
 }
 
 TEST(IntDivide, ZeroDivisorAndMostNegativeByMinusOne) {
-  cpu_state s = fresh();
+  cpu_state s = zero_state();
   all_true(s, 0, 4);
   fill<uint32_t>(s, 0, 0x80000000u);
   fill<uint32_t>(s, 1, 0xFFFFFFFFu);
@@ -72,7 +69,7 @@ TEST(IntDivide, ZeroDivisorAndMostNegativeByMinusOne) {
 }
 
 TEST(IntShift, AmountsPastTheWidth) {
-  cpu_state s = fresh();
+  cpu_state s = zero_state();
   all_true(s, 0, 1);
   fill<uint8_t>(s, 0, 0xFF);
   fill<uint8_t>(s, 1, 8);
@@ -91,7 +88,7 @@ TEST(IntShift, AmountsPastTheWidth) {
 }
 
 TEST(IntShift, AsrdRoundsTowardZero) {
-  cpu_state s = fresh();
+  cpu_state s = zero_state();
   all_true(s, 0, 1);
   for (int i = 0; i < 112; ++i) s.z[0][i] = uint8_t(i % 2 ? -3 : -1);
   run(s, 0x040481e0);  // asrd z0.b, p0/m, z0.b, #1
@@ -100,7 +97,7 @@ TEST(IntShift, AsrdRoundsTowardZero) {
 }
 
 TEST(IntShift, WideAmountCoversTheSameBytes) {
-  cpu_state s = fresh();
+  cpu_state s = zero_state();
   fill<uint8_t>(s, 1, 1);
   for (int d = 0; d < 14; ++d) {
     uint64_t n = d;
@@ -111,7 +108,7 @@ TEST(IntShift, WideAmountCoversTheSameBytes) {
 }
 
 TEST(IntImmediate, ShiftedAddAndTraceMarkers) {
-  cpu_state s = fresh();
+  cpu_state s = zero_state();
   fill<uint16_t>(s, 0, 1);
   run(s, 0x2560e060);  // add z0.h, z0.h, #3, lsl #8
   EXPECT_EQ(get<uint16_t>(s, 0, 55), 1 + 3 * 256);
@@ -122,7 +119,7 @@ TEST(IntImmediate, ShiftedAddAndTraceMarkers) {
 }
 
 TEST(IntImmediate, BitmaskPatterns) {
-  cpu_state s = fresh();
+  cpu_state s = zero_state();
   run(s, 0x05c20000);  // dupm z0.d, #1 (N=1, immr=0, imms=0)
   EXPECT_EQ(get<uint64_t>(s, 0, 13), 1u);
   run(s, 0x05c00780);  // N=0, immr=0, imms=0b111100
@@ -130,7 +127,7 @@ TEST(IntImmediate, BitmaskPatterns) {
 }
 
 TEST(IntMovprfx, ZeroingClearsMergingKeeps) {
-  cpu_state s = fresh();
+  cpu_state s = zero_state();
   fill<uint8_t>(s, 0, 7);
   fill<uint8_t>(s, 1, 1);
   run(s, 0x04112020);  // movprfx z0.b, p0/m, z1.b with p0 all false

@@ -6,28 +6,18 @@
 #include <random>
 
 #include "sve/decode/decode.h"
+#include "test_support.h"
 #include "sve/decode/routes.h"
 
 extern "C" void VecU8SubRVVM(uint8_t*, const uint8_t*, const PredV*, const uint8_t*, CpuContext*);
 extern "C" void VecS16AbsVM(uint8_t*, const uint8_t*, const PredV*, const uint8_t*, CpuContext*);
 
 namespace {
+using namespace test_support;
 
-cpu_state fresh() {
-  cpu_state s;
-  std::memset(&s, 0, sizeof s);
-  return s;
-}
-void run(cpu_state& s, uint32_t w) {
-  Handler h = get_sve_handler(w);
-  ASSERT_NE(h, nullptr) << std::hex << w;
-  ASSERT_EQ(h(&s, w), DECODE_OK);
-}
-unsigned flags(const cpu_state& s) { return unsigned(s.nzcv >> 28) & 15; }
-constexpr unsigned N = 8, Z = 4, C = 2;
 
 TEST(IntCompare, EqualVectorsAllTrue) {
-  cpu_state s = fresh();
+  cpu_state s = zero_state();
   std::memset(s.p[1], 1, 112);
   s.nzcv = 0x1F;  // V set and low bits that must survive
   run(s, 0x2401a400);  // cmpeq p0.b, p1/z, z0.b, z1.b
@@ -38,7 +28,7 @@ TEST(IntCompare, EqualVectorsAllTrue) {
 
 TEST(IntCompare, NoActiveElementGivesZC) {
   for (uint32_t w : {0x2401a400u, 0x24012400u, 0x25030400u}) {  // vector, wide, agnostic immediate
-    cpu_state s = fresh();
+    cpu_state s = zero_state();
     std::memset(s.p[0], 1, 112);
     s.nzcv = uint64_t(15) << 28;
     run(s, w);
@@ -48,7 +38,7 @@ TEST(IntCompare, NoActiveElementGivesZC) {
 }
 
 TEST(IntCompare, ImmediateAndWideForms) {
-  cpu_state s = fresh();
+  cpu_state s = zero_state();
   for (int i = 0; i < 112; i += 4) s.p[1][i] = 1;
   for (int i = 0; i < 28; ++i) {
     int32_t v = i % 2 ? -5 : 0;
@@ -58,7 +48,7 @@ TEST(IntCompare, ImmediateAndWideForms) {
   for (int i = 0; i < 28; ++i) ASSERT_EQ(s.p[0][4 * i], i % 2 ? 0 : 1) << i;
   EXPECT_EQ(s.p[0][1], 0);
   // cmpeq p0.b, p1/z, z0.b, z1.d: bytes 0-7 against doubleword 0, 8-15 against 1.
-  cpu_state t = fresh();
+  cpu_state t = zero_state();
   std::memset(t.p[1], 1, 112);
   for (int i = 0; i < 112; ++i) t.z[0][i] = uint8_t(i / 8);
   for (int d = 0; d < 14; ++d) {
@@ -70,7 +60,7 @@ TEST(IntCompare, ImmediateAndWideForms) {
 }
 
 TEST(IntReduce, SumsAndEmptyPredicates) {
-  cpu_state s = fresh();
+  cpu_state s = zero_state();
   std::memset(s.p[0], 1, 112);
   std::memset(s.z[1], 0xFF, 112);
   std::memset(s.z[0], 0xAA, 112);

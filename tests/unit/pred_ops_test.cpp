@@ -8,6 +8,7 @@
 #include <string>
 
 #include "sve/decode/decode.h"
+#include "test_support.h"
 #include "sve/int/pred_drivers.h"
 
 // Length-agnostic routines, called directly at other vector lengths.
@@ -16,6 +17,7 @@ extern "C" void VecP16TrueFlgI(PredV*, int, CpuContext*);
 extern "C" void VecPBreakAFlgPZ(PredV*, const PredV*, const PredV*, const PredV*, CpuContext*);
 
 namespace {
+using namespace test_support;
 
 const DecodeEntry& entry_of(const std::string& name) {
   for (const DecodeEntry& e : kDecodeEntries)
@@ -29,11 +31,6 @@ uint32_t word_of(const std::string& name) { return entry_of(name).word; }
 uint32_t pword(const std::string& name, unsigned d, unsigned n, unsigned g, unsigned m) {
   const DecodeEntry& e = entry_of(name);
   return e.word | ((d | n << 5 | g << 10 | m << 16) & e.operand_mask);
-}
-void run(cpu_state& s, uint32_t w) {
-  Handler h = get_sve_handler(w);
-  ASSERT_NE(h, nullptr) << std::hex << w;
-  ASSERT_EQ(h(&s, w), DECODE_OK);
 }
 cpu_state random_state(std::mt19937_64& rng) {
   cpu_state s;

@@ -4,14 +4,11 @@
 #include <cstring>
 
 #include "sve/decode/decode.h"
+#include "test_support.h"
 
 namespace {
+using namespace test_support;
 
-cpu_state zero_state() {
-  cpu_state s;
-  std::memset(&s, 0, sizeof s);
-  return s;
-}
 
 aarch64_decode_rc run(cpu_state& s, uint32_t w) {
   Handler h = get_sve_handler(w);

@@ -1,0 +1,74 @@
+// Shared driver of the per-instruction benchmarks: each case is one
+// instruction word run through get_sve_handler's handler on a prepared state.
+//
+//   <bench> [Google Benchmark options]   nanoseconds per emulated instruction
+//   <bench> --repeat LABEL N             runs one case N times and exits (for
+//                                        instruction counts under callgrind)
+//   <bench> --labels                     lists the cases
+#pragma once
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <span>
+
+#include "sve/decode/decode.h"
+
+struct BenchCase {
+  const char* label;  // family/route/form
+  uint32_t word;
+  const char* text;
+};
+
+struct WordBench {
+  const char* tool;
+  std::span<const BenchCase> cases;
+  cpu_state* (*make_state)();
+
+  Handler handler_of(const BenchCase& c) const {
+    Handler h = get_sve_handler(c.word);
+    if (!h) {
+      std::fprintf(stderr, "%s: no handler for %08x (%s)\n", tool, c.word, c.text);
+      std::exit(2);
+    }
+    return h;
+  }
+
+  int repeat(const char* label, long n) const {
+    for (const BenchCase& c : cases) {
+      if (std::strcmp(c.label, label) != 0) continue;
+      cpu_state* s = make_state();
+      Handler h = handler_of(c);
+      for (long i = 0; i < n; ++i) {
+        benchmark::DoNotOptimize(h(s, c.word));
+        benchmark::ClobberMemory();
+      }
+      return 0;
+    }
+    std::fprintf(stderr, "%s: no case %s\n", tool, label);
+    return 2;
+  }
+
+  int main(int argc, char** argv) const {
+    if (argc == 4 && std::strcmp(argv[1], "--repeat") == 0) return repeat(argv[2], std::atol(argv[3]));
+    if (argc == 2 && std::strcmp(argv[1], "--labels") == 0) {
+      for (const BenchCase& c : cases) std::printf("%s\n", c.label);
+      return 0;
+    }
+    for (const BenchCase& c : cases)
+      benchmark::RegisterBenchmark(c.label, [this, &c](benchmark::State& st) {
+        cpu_state* s = make_state();
+        Handler h = handler_of(c);
+        for (auto _ : st) {
+          benchmark::DoNotOptimize(h(s, c.word));
+          benchmark::ClobberMemory();
+        }
+        st.SetLabel(c.text);
+      });
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+  }
+};
