@@ -1,6 +1,7 @@
 // The 44 decode tables, built at static initialisation from the constant
 // entry data, and the probe that walks them in order.
 #include "sve/decode/decode.h"
+#include "sve/mem/access.h"
 
 #include <unistd.h>
 
@@ -83,6 +84,7 @@ SVE_DEFINE_MAP(31_24__21_21__18_10)
 SVE_DEFINE_MAP(31_24__21_21__19_10)
 SVE_DEFINE_MAP(31_24__21_21__16_10)
 #undef SVE_DEFINE_MAP
+const int sve_lib_initialized = SVEInitialize();  // last step: the fault handler, once the tables exist
 
 // The same tables in probe order.
 const DecodeMap* const kProbe[kNumTables] = {

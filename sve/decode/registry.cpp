@@ -6,6 +6,7 @@
 #define SVE_FAMILY(fn) std::span<const HandlerDef> fn();
 #include "sve/int/families_arith.inc"
 #include "sve/int/families_pred.inc"
+#include "sve/mem/families.inc"
 #undef SVE_FAMILY
 
 std::span<const std::span<const HandlerDef>> handler_registry() {
@@ -13,6 +14,7 @@ std::span<const std::span<const HandlerDef>> handler_registry() {
   static const std::span<const HandlerDef> families[] = {
 #include "sve/int/families_arith.inc"
 #include "sve/int/families_pred.inc"
+#include "sve/mem/families.inc"
   };
 #undef SVE_FAMILY
   return families;

@@ -2,6 +2,7 @@
 // immediate), SABD/UABD.
 #include "sve/decode/routes.h"
 #include "sve/int/wrap.h"
+#include "sve/mem/trace.h"
 
 namespace sve {
 namespace {
@@ -87,7 +88,10 @@ SVE_ZZZ_EXEC(sve_sub_zzz, Sub)
 // Byte elements with the shifted immediates 256 and 512 are the memory trace's
 // start and stop markers, not additions: the register is left unchanged.
 extern "C" aarch64_decode_rc sve_add_zi(cpu_state* s, aarch64_z_reg zdn, unsigned imm) {
-  if (zdn.esize == ESIZE_B && (imm == 256 || imm == 512)) return DECODE_OK;
+  if (zdn.esize == ESIZE_B && (imm == 256 || imm == 512)) {
+    memtrace_marker(imm);
+    return DECODE_OK;
+  }
   return by_esize<false>(zdn.esize, [&](auto t) {
     using T = typename decltype(t)::type;
     return fixed_zzi<T>(s, zdn.num, zdn.num, WithImm<T, Add>{T(imm)});

@@ -26,9 +26,23 @@ RefRecord g_ref;
 
 namespace {
 
-// Memory that base registers and SP point into.
-constexpr size_t kMemSize = 3 * 4096;
-alignas(4096) uint8_t g_mem[kMemSize];
+// Memory that base registers and SP point into: 64 KiB, so that every
+// offset of the contiguous forms (LDR/STR reach +-28 KiB) stays inside it,
+// mapped below 4 GiB where possible so that 32-bit vector bases can reach it.
+constexpr size_t kMemSize = 64 * 1024;
+uint8_t* g_mem;
+
+void map_buffer() {
+  void* want = reinterpret_cast<void*>(uintptr_t(0x40000000));
+  void* p = mmap(want, kMemSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
+  if (p == MAP_FAILED) p = mmap(nullptr, kMemSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (p == MAP_FAILED) {
+    perror("mmap");
+    std::exit(2);
+  }
+  g_mem = static_cast<uint8_t*>(p);
+}
+uint64_t buffer_mid() { return reinterpret_cast<uint64_t>(g_mem) + kMemSize / 2; }
 
 sigjmp_buf g_jmp;
 volatile sig_atomic_t g_in_ref = 0;
@@ -173,7 +187,7 @@ const uint32_t kFpcrChoices[] = {
 
 void random_record(Rng& r, RefRecord& rec) {
   std::memset(&rec, 0, sizeof rec);
-  uint64_t mid = reinterpret_cast<uint64_t>(g_mem) + 4096;
+  uint64_t mid = buffer_mid();
   for (auto& x : rec.x) x = r.chance(25) ? mid + uint64_t(r.below(2048)) : edge_int(r, 8);
   rec.sp = mid + uint64_t(r.below(128)) * 16;
   rec.nzcv = uint64_t(r.below(16)) << 28;
@@ -181,7 +195,71 @@ void random_record(Rng& r, RefRecord& rec) {
   rec.fpsr = r.chance(50) ? 0 : (r.next() & 0x9Fu);
   for (auto& z : rec.z) fill_vector(r, z);
   for (auto& p : rec.p) fill_predicate(r, p);
-  for (size_t i = 0; i < kMemSize; ++i) g_mem[i] = uint8_t(r.next());
+  for (size_t i = 0; i < kMemSize; i += 8) {
+    uint64_t v = r.next();
+    std::memcpy(g_mem + i, &v, 8);
+  }
+}
+
+// ---- operands of memory instructions ----
+
+struct Field {
+  int lo = 0, width = 0;  // a contiguous field of the pattern
+};
+Field pattern_field(const char* pat, char letter) {
+  Field f;
+  for (int i = 31; i >= 0; --i)
+    if (pat[31 - i] == letter) {
+      f.lo = i;
+      ++f.width;
+    }
+  return f;
+}
+unsigned get_field(uint32_t w, Field f) { return (w >> f.lo) & ((1u << f.width) - 1); }
+uint32_t set_field(uint32_t w, Field f, unsigned v) {
+  uint32_t m = ((1u << f.width) - 1) << f.lo;
+  return (w & ~m) | ((v << f.lo) & m);
+}
+
+// Loads, stores and prefetches: the base (Xn, SP or the elements of a vector
+// base) points into the buffer, and offset registers (Xm or the elements of
+// Zm) hold small element counts, so that the access stays inside it. An
+// offset register that is also the base is moved to another register.
+void aim_memory_operands(Rng& r, const DecodeEntry& e, uint32_t& word, RefRecord& rec) {
+  if (entry_group(e) != "Memory") return;
+  std::string op = e.enc->op;
+  const char* pat = e.enc->pattern;
+  Field n = pattern_field(pat, 'n'), m = pattern_field(pat, 'm');
+  if (n.width != 5 || op.rfind("LEA", 0) == 0) return;
+  int ebytes = kETypeSize[e.type] == 2 ? 4 : 8;  // element size of the vector forms (S or D)
+  uint64_t mid = buffer_mid();
+  unsigned rn = get_field(word, n);
+  if (op.find("VI") != std::string::npos) {  // vector base plus immediate
+    if (ebytes == 4 && mid + 4096 > 0xFFFFFFFFull) return;
+    for (int i = 0; i < 112; i += ebytes) {
+      uint64_t a = mid + uint64_t(r.below(4096)) - 2048;
+      std::memcpy(rec.z[rn] + i, &a, size_t(ebytes));
+    }
+    return;
+  }
+  uint64_t base = mid + uint64_t(r.below(4096)) - 2048;
+  if (rn == 31) rec.sp = base & ~uint64_t(15);
+  else rec.x[rn] = base;
+  if (!m.width) return;
+  unsigned rm = get_field(word, m);
+  if (op.find("VS") != std::string::npos || op.find("SV") != std::string::npos) {  // vector offsets
+    for (int i = 0; i < 112; i += ebytes) {
+      uint64_t off = uint64_t(r.below(512));
+      std::memcpy(rec.z[rm] + i, &off, size_t(ebytes));
+    }
+    return;
+  }
+  if (rm == 31) return;
+  if (rm == rn) {
+    rm = (rn + 1 + unsigned(r.below(29))) % 31;
+    word = set_field(word, m, rm);
+  }
+  rec.x[rm] = uint64_t(int64_t(r.below(512)) - 256);
 }
 
 // An instruction word: the entry's fixed bits with random operand fields;
@@ -270,6 +348,7 @@ void compare(const RefRecord& ref, const cpu_state& emu, const std::vector<uint8
       }
     }
   }
+  if (std::memcmp(ref_mem.data(), g_mem, kMemSize) == 0) return;
   for (size_t i = 0; i < kMemSize; ++i)
     if (ref_mem[i] != g_mem[i]) {
       std::snprintf(buf, sizeof buf, "memory +%zu: ref %02x emu %02x", i, ref_mem[i], g_mem[i]);
@@ -320,6 +399,7 @@ int main(int argc, char** argv) {
   Options opt = parse(argc, argv);
   install_fault_handlers();
   make_slot_writable();
+  map_buffer();
   Rng rng(opt.seed);
   Tally total;
   int handlers = 0, reported = 0, failed_handlers = 0;
@@ -340,6 +420,8 @@ int main(int argc, char** argv) {
       if (find_decode_entry(word) != &e) continue;
       RefRecord before;
       random_record(rng, before);
+      aim_memory_operands(rng, e, word, before);
+      if (find_decode_entry(word) != &e) continue;
       std::memcpy(before_mem.data(), g_mem, kMemSize);
       if (find_expectation(kDeliberateDeviations, name.c_str(), word)) { ++t.deviation; continue; }
       if (find_expectation(kReferenceErrata, name.c_str(), word)) { ++t.erratum; continue; }
