@@ -12,9 +12,14 @@ passed=0; failed=0; status=0
 run_tree() {  # name, build dir, cmake args...
   local name=$1 dir=$2; shift 2
   echo "=== $name"
-  if ! cmake -S . -B "$dir" -G Ninja "$@" >/dev/null || ! cmake --build "$dir" -j "$jobs"; then
+  local start=$SECONDS
+  mkdir -p "$dir"
+  if ! cmake -S . -B "$dir" -G Ninja "$@" >"$dir/configure.log" 2>&1 ||
+     ! cmake --build "$dir" -j "$jobs" >"$dir/build.log" 2>&1; then
+    cat "$dir/configure.log" "$dir/build.log" 2>/dev/null | tail -60
     echo "$name: build failed"; failed=$((failed + 1)); status=1; return
   fi
+  echo "$name: built in $((SECONDS - start)) s"
   local log="$dir/ctest.log"
   (cd "$dir" && ctest --output-on-failure -j "$jobs") 2>&1 | tee "$log" | grep -vE '^ *[0-9]+/[0-9]+ Test +#[0-9]+: .* Passed'
   local line total bad

@@ -3,7 +3,7 @@
 // random architectural state, and compares every register, the flags, FPSR
 // and a memory buffer.
 //
-//   sve_diff [--seed N] [--filter SUBSTR] [--cases N] [--reports N] [--list]
+//   sve_diff [--seed N] [--filter SUBSTR] [--cases N] [--reports N] [--shard K/N] [--list]
 #include <setjmp.h>
 #include <signal.h>
 #include <sys/mman.h>
@@ -363,6 +363,7 @@ struct Options {
   int cases = 100;
   int reports = 20;
   bool list = false;
+  int shard = 0, shards = 1;  // run only handlers whose index % shards == shard
 };
 
 Options parse(int argc, char** argv) {
@@ -381,8 +382,15 @@ Options parse(int argc, char** argv) {
     else if (a == "--cases") o.cases = std::atoi(value());
     else if (a == "--reports") o.reports = std::atoi(value());
     else if (a == "--list") o.list = true;
+    else if (a == "--shard") {
+      if (std::sscanf(value(), "%d/%d", &o.shard, &o.shards) != 2 || o.shards < 1 || o.shard < 0 ||
+          o.shard >= o.shards) {
+        std::fprintf(stderr, "sve_diff: --shard takes K/N with 0 <= K < N\n");
+        std::exit(2);
+      }
+    }
     else {
-      std::fprintf(stderr, "usage: sve_diff [--seed N] [--filter SUBSTR] [--cases N] [--reports N] [--list]\n");
+      std::fprintf(stderr, "usage: sve_diff [--seed N] [--filter SUBSTR] [--cases N] [--reports N] [--shard K/N] [--list]\n");
       std::exit(2);
     }
   }
@@ -405,10 +413,12 @@ int main(int argc, char** argv) {
   int handlers = 0, reported = 0, failed_handlers = 0;
   std::vector<uint8_t> before_mem(kMemSize), ref_mem(kMemSize);
 
+  int index = -1;
   for (const DecodeEntry& e : kDecodeEntries) {
     Handler h = entry_handler(e);
     std::string name = entry_name(e);
     if (!h || (opt.filter && name.find(opt.filter) == std::string::npos)) continue;
+    if (++index % opt.shards != opt.shard) continue;
     if (opt.list) {
       std::printf("%s\n", name.c_str());
       continue;
