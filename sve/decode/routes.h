@@ -220,64 +220,6 @@ using AgnosticVVVI = void (*)(uint8_t* d, const uint8_t* a, const PredV* pg, con
 
 template <class T> inline int agnostic_elems(const CpuContext* c) { return vl_bytes(c) / int(sizeof(T)); }
 
-// Packing and unpacking eight lanes at a time (the same maps as pack_pred and
-// unpack_pred, without a step per lane).
-inline uint8_t pack8(const uint8_t* lanes) {
-  uint64_t x;
-  std::memcpy(&x, lanes, 8);
-  return uint8_t(((x & 0x0101010101010101ull) * 0x0102040810204080ull) >> 56);
-}
-constexpr uint64_t spread8(unsigned bits8) {
-  uint64_t x = (uint64_t(bits8) * 0x0101010101010101ull) & 0x8040201008040201ull;
-  return ((x + 0x7F7F7F7F7F7F7F7Full) >> 7) & 0x0101010101010101ull;
-}
-// Lanes 0..bytes-1 (a multiple of 8) into p, whose other bits stay clear.
-inline void pack_lanes(const uint8_t* lanes, PredV& p, int bytes) {
-  for (int w = 0; w * 64 < bytes; ++w) {
-    uint64_t word = 0;
-    for (int k = 0; k < 8 && w * 64 + k * 8 < bytes; ++k) word |= uint64_t(pack8(lanes + w * 64 + 8 * k)) << (8 * k);
-    p.w[w] = word;
-  }
-}
-inline PredV fast_pack(const uint8_t* lanes) {
-  PredV p{};
-  pack_lanes(lanes, p, SVE_VL_BYTES);
-  return p;
-}
-// spread8 of every byte value, looked up rather than computed per lane group.
-struct Spread8Table {
-  uint64_t v[256];
-};
-constexpr Spread8Table make_spread8_table() {
-  Spread8Table t{};
-  for (unsigned b = 0; b < 256; ++b) t.v[b] = spread8(b);
-  return t;
-}
-inline constexpr Spread8Table kSpread8 = make_spread8_table();
-// Lanes 0..bytes-1 of a packed map, one byte (0 or 1) each; bytes is a multiple of 8.
-inline void expand_pred(const PredV& p, uint8_t* lanes, int bytes) {
-  for (int k = 0; k < bytes / 8; ++k) {
-    uint64_t x = kSpread8.v[(p.w[k >> 3] >> (8 * (k & 7))) & 0xFF];
-    std::memcpy(lanes + 8 * k, &x, 8);
-  }
-}
-inline void fast_unpack(const PredV& p, uint8_t* lanes) { expand_pred(p, lanes, SVE_VL_BYTES); }
-inline CpuContext fast_context(const cpu_state* s) {
-  CpuContext c;
-  c.flags = uint32_t(s->nzcv);
-  c.fpsr = s->fpsr;
-  c.fpcr = s->fpcr & FPCR_CONTEXT_MASK;
-  c.vl = SVE_VL_BYTES / 8;
-  c.ffr = fast_pack(s->ffr);
-  return c;
-}
-inline VecImage fast_image(const cpu_state* s, unsigned zreg) {
-  VecImage v;
-  std::memcpy(v.b, s->z[zreg], SVE_VL_BYTES);
-  std::memset(v.b + SVE_VL_BYTES, 0, SVE_MAX_VL_BYTES - SVE_VL_BYTES);
-  return v;
-}
-
 // Runs body(offset, chunk) over the vl bytes of a vector in 16-byte chunks and
 // an 8-byte tail (vl is a multiple of 8), so that the element loop inside each
 // chunk has a compile-time trip count.
@@ -292,7 +234,7 @@ template <class Body> inline void agnostic_chunks(int vl, Body body) {
 struct AgnosticCall {
   cpu_state* s;
   CpuContext ctx;
-  explicit AgnosticCall(cpu_state* st) : s(st), ctx(fast_context(st)) {}
+  explicit AgnosticCall(cpu_state* st) : s(st), ctx(make_context(st)) {}
   void finish(unsigned zd, const VecImage& out) {
     std::memcpy(s->z[zd], out.b, SVE_VL_BYTES);
     s->fpsr = ctx.fpsr;
@@ -302,8 +244,8 @@ struct AgnosticCall {
 inline aarch64_decode_rc run_agnostic_vv(cpu_state* s, unsigned zd, unsigned zn, int pg, unsigned zm,
                                          AgnosticVV routine) {
   AgnosticCall call(s);
-  VecImage a = fast_image(s, zn), b = fast_image(s, zm), out;
-  PredV p = pg < 0 ? PredV{} : fast_pack(s->p[pg]);
+  VecImage a = load_image(s, zn), b = load_image(s, zm), out;
+  PredV p = pg < 0 ? PredV{} : pack_pred(s->p[pg]);
   routine(out.b, a.b, &p, b.b, &call.ctx);
   call.finish(zd, out);
   return DECODE_OK;
@@ -311,8 +253,8 @@ inline aarch64_decode_rc run_agnostic_vv(cpu_state* s, unsigned zd, unsigned zn,
 inline aarch64_decode_rc run_agnostic_vi(cpu_state* s, unsigned zd, unsigned zn, int pg, uint64_t imm,
                                          AgnosticVI routine) {
   AgnosticCall call(s);
-  VecImage a = fast_image(s, zn), out;
-  PredV p = pg < 0 ? PredV{} : fast_pack(s->p[pg]);
+  VecImage a = load_image(s, zn), out;
+  PredV p = pg < 0 ? PredV{} : pack_pred(s->p[pg]);
   routine(out.b, a.b, &p, imm, &call.ctx);
   call.finish(zd, out);
   return DECODE_OK;
@@ -321,7 +263,7 @@ inline aarch64_decode_rc run_agnostic_vi(cpu_state* s, unsigned zd, unsigned zn,
 inline aarch64_decode_rc run_agnostic_vvv(cpu_state* s, unsigned zd, unsigned zn, unsigned zm,
                                           AgnosticVVV routine) {
   AgnosticCall call(s);
-  VecImage a = fast_image(s, zd), b = fast_image(s, zn), m = fast_image(s, zm), out;
+  VecImage a = load_image(s, zd), b = load_image(s, zn), m = load_image(s, zm), out;
   PredV p{};
   routine(out.b, a.b, &p, b.b, m.b, &call.ctx);
   call.finish(zd, out);
@@ -330,7 +272,7 @@ inline aarch64_decode_rc run_agnostic_vvv(cpu_state* s, unsigned zd, unsigned zn
 inline aarch64_decode_rc run_agnostic_vvvi(cpu_state* s, unsigned zd, unsigned zn, unsigned zm, int index,
                                            AgnosticVVVI routine) {
   AgnosticCall call(s);
-  VecImage a = fast_image(s, zd), b = fast_image(s, zn), m = fast_image(s, zm), out;
+  VecImage a = load_image(s, zd), b = load_image(s, zn), m = load_image(s, zm), out;
   PredV p{};
   routine(out.b, a.b, &p, b.b, m.b, index, &call.ctx);
   call.finish(zd, out);
@@ -409,23 +351,23 @@ using AgnosticPV = void (*)(PredV* d, const uint8_t* a, const PredV* pg, const u
 using AgnosticPI = void (*)(PredV* d, const uint8_t* a, const PredV* pg, uint64_t imm, CpuContext* c);
 
 inline aarch64_decode_rc finish_predicate(cpu_state* s, unsigned pd, const PredV& r, const CpuContext& c) {
-  fast_unpack(r, s->p[pd]);
+  unpack_pred(r, s->p[pd]);
   s->nzcv = (s->nzcv & ~uint64_t(0xF0000000u)) | (c.flags & 0xF0000000u);
   return DECODE_OK;
 }
 inline aarch64_decode_rc run_agnostic_pv(cpu_state* s, unsigned pd, unsigned zn, unsigned pg, unsigned zm,
                                          AgnosticPV routine) {
-  CpuContext c = fast_context(s);
-  VecImage a = fast_image(s, zn), b = fast_image(s, zm);
-  PredV p = fast_pack(s->p[pg]), r{};
+  CpuContext c = make_context(s);
+  VecImage a = load_image(s, zn), b = load_image(s, zm);
+  PredV p = pack_pred(s->p[pg]), r{};
   routine(&r, a.b, &p, b.b, &c);
   return finish_predicate(s, pd, r, c);
 }
 inline aarch64_decode_rc run_agnostic_pi(cpu_state* s, unsigned pd, unsigned zn, unsigned pg, uint64_t imm,
                                          AgnosticPI routine) {
-  CpuContext c = fast_context(s);
-  VecImage a = fast_image(s, zn);
-  PredV p = fast_pack(s->p[pg]), r{};
+  CpuContext c = make_context(s);
+  VecImage a = load_image(s, zn);
+  PredV p = pack_pred(s->p[pg]), r{};
   routine(&r, a.b, &p, imm, &c);
   return finish_predicate(s, pd, r, c);
 }

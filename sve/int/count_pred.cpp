@@ -84,8 +84,8 @@ template <class T> aarch64_decode_rc incp_handler(cpu_state* s, unsigned w) {
 }
 template <AgnosticPCount R> aarch64_decode_rc r_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  CpuContext c = fast_context(s);
-  PredV pm = fast_pack(s->p[field(w, 8, 5)]);
+  CpuContext c = make_context(s);
+  PredV pm = pack_pred(s->p[field(w, 8, 5)]);
   uint64_t x = read_reg(s, rd(w));
   R(&x, &pm, &c);
   write_reg(s, rd(w), x);

@@ -88,8 +88,8 @@ inline const uint8_t* all_true_lanes(int esize) {
 // ---- packed maps ----
 
 // Packing goes through the route's eight-lanes-at-a-time helpers.
-inline PredV pack_lanes(const uint8_t* lanes) { return fast_pack(lanes); }
-inline void unpack_lanes(const PredV& p, uint8_t* lanes) { fast_unpack(p, lanes); }
+inline PredV pack_lanes(const uint8_t* lanes) { return pack_pred(lanes); }
+inline void unpack_lanes(const PredV& p, uint8_t* lanes) { unpack_pred(p, lanes); }
 
 // Flags (bits 31-28 only), status and FFR back into the state.
 inline void finish_context(cpu_state* s, const CpuContext& c) {
@@ -107,7 +107,7 @@ using AgnosticPPPP = void (*)(PredV* d, const PredV* g, const PredV* n, const Pr
 // Packs the predicates the routine reads (a negative number packs none),
 // runs it and unpacks the result into Pd.
 inline aarch64_decode_rc run_agnostic_pppp(cpu_state* s, unsigned pd, int pg, int pn, int pm, AgnosticPPPP r) {
-  CpuContext c = fast_context(s);
+  CpuContext c = make_context(s);
   PredV g{}, n{}, m{}, d{};
   if (pg >= 0) g = pack_lanes(s->p[pg]);
   if (pn >= 0) n = pack_lanes(s->p[pn]);

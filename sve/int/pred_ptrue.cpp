@@ -41,7 +41,7 @@ template <class T> aarch64_decode_rc ptrue_handler(cpu_state* s, unsigned w) {
 }
 template <PTruesRoutine R> aarch64_decode_rc ptrues_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  CpuContext c = fast_context(s);
+  CpuContext c = make_context(s);
   PredV d;
   R(&d, int(field(w, 9, 5)), &c);
   unpack_lanes(d, s->p[field(w, 3, 0)]);

@@ -55,10 +55,10 @@ aarch64_decode_rc h_wrffr(cpu_state* s, unsigned w) {
 }
 aarch64_decode_rc h_rdffrs(cpu_state* s, unsigned w) {
   s->insn = w;
-  CpuContext c = fast_context(s);
-  PredV g = fast_pack(s->p[field(w, 8, 5)]), r;
+  CpuContext c = make_context(s);
+  PredV g = pack_pred(s->p[field(w, 8, 5)]), r;
   VecPActualFlgP(&r, &g, &c);
-  fast_unpack(r, s->p[field(w, 3, 0)]);
+  unpack_pred(r, s->p[field(w, 3, 0)]);
   s->nzcv = (s->nzcv & ~uint64_t(0xF0000000u)) | (c.flags & 0xF0000000u);
   return DECODE_OK;
 }

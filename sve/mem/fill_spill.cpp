@@ -24,7 +24,7 @@ extern "C" aarch64_decode_rc sve_ldr_pri(cpu_state* s, aarch64_p_reg pt, aarch64
   uint64_t a = reg_addr(s, rn, imm, SVE_PL_BYTES);
   alignas(8) uint8_t lanes[SVE_VL_BYTES];
   for (int k = 0; k < SVE_PL_BYTES; ++k) {
-    uint64_t x = sve::kSpread8.v[sve::load<uint8_t>(a + k)];
+    uint64_t x = kSpread8.v[sve::load<uint8_t>(a + k)];
     std::memcpy(lanes + 8 * k, &x, 8);
   }
   std::memcpy(s->p[pt.num], lanes, SVE_VL_BYTES);
@@ -33,7 +33,7 @@ extern "C" aarch64_decode_rc sve_ldr_pri(cpu_state* s, aarch64_p_reg pt, aarch64
 extern "C" aarch64_decode_rc sve_str_pri(cpu_state* s, aarch64_p_reg pt, aarch64_i_rsp_reg rn, int imm) {
   uint64_t a = reg_addr(s, rn, imm, SVE_PL_BYTES);
   uint8_t packed[SVE_PL_BYTES];
-  for (int k = 0; k < SVE_PL_BYTES; ++k) packed[k] = sve::pack8(s->p[pt.num] + 8 * k);
+  for (int k = 0; k < SVE_PL_BYTES; ++k) packed[k] = pack8(s->p[pt.num] + 8 * k);
   std::memcpy(reinterpret_cast<void*>(a), packed, SVE_PL_BYTES);
   return DECODE_OK;
 }

@@ -49,8 +49,8 @@ template <class T> void ld1rq_routine(uint8_t* d, const PredV* pg, uint64_t addr
 using AgnosticLoadRQ = void (*)(uint8_t* d, const PredV* pg, uint64_t addr, CpuContext* c);
 
 inline aarch64_decode_rc run_ld1rq(cpu_state* s, unsigned w, uint64_t addr, AgnosticLoadRQ routine) {
-  CpuContext c = fast_context(s);
-  PredV p = fast_pack(s->p[pg_field(w)]);
+  CpuContext c = make_context(s);
+  PredV p = pack_pred(s->p[pg_field(w)]);
   VecImage out;
   routine(out.b, &p, addr, &c);
   std::memcpy(s->z[zt_field(w)], out.b, SVE_VL_BYTES);

@@ -31,18 +31,52 @@ static_assert(offsetof(CpuContext, vl) == 12, "length word is the fourth 32-bit 
 
 inline int vl_bytes(const CpuContext* c) { return int(c->vl & VL_UNITS_MASK) * 8; }
 
+// Packing and unpacking eight lanes at a time: bit 0 of lane byte k is bit k of the map.
+inline uint8_t pack8(const uint8_t* lanes) {
+  uint64_t x;
+  std::memcpy(&x, lanes, 8);
+  return uint8_t(((x & 0x0101010101010101ull) * 0x0102040810204080ull) >> 56);
+}
+constexpr uint64_t spread8(unsigned bits8) {
+  uint64_t x = (uint64_t(bits8) * 0x0101010101010101ull) & 0x8040201008040201ull;
+  return ((x + 0x7F7F7F7F7F7F7F7Full) >> 7) & 0x0101010101010101ull;
+}
+// Lanes 0..bytes-1 (a multiple of 8) into p, whose other bits stay clear.
+inline void pack_lanes(const uint8_t* lanes, PredV& p, int bytes) {
+  for (int w = 0; w * 64 < bytes; ++w) {
+    uint64_t word = 0;
+    for (int k = 0; k < 8 && w * 64 + k * 8 < bytes; ++k) word |= uint64_t(pack8(lanes + w * 64 + 8 * k)) << (8 * k);
+    p.w[w] = word;
+  }
+}
+// spread8 of every byte value, looked up rather than computed per lane group.
+struct Spread8Table {
+  uint64_t v[256];
+};
+constexpr Spread8Table make_spread8_table() {
+  Spread8Table t{};
+  for (unsigned b = 0; b < 256; ++b) t.v[b] = spread8(b);
+  return t;
+}
+inline constexpr Spread8Table kSpread8 = make_spread8_table();
+// Lanes 0..bytes-1 of a packed map, one byte (0 or 1) each; bytes is a multiple of 8.
+inline void expand_pred(const PredV& p, uint8_t* lanes, int bytes) {
+  for (int k = 0; k < bytes / 8; ++k) {
+    uint64_t x = kSpread8.v[(p.w[k >> 3] >> (8 * (k & 7))) & 0xFF];
+    std::memcpy(lanes + 8 * k, &x, 8);
+  }
+}
+
 inline PredV pack_pred(const uint8_t* lanes) {
   PredV p{};
-  for (int k = 0; k < SVE_VL_BYTES; ++k) p.set(k, lanes[k] & 1);
+  pack_lanes(lanes, p, SVE_VL_BYTES);
   return p;
 }
-inline void unpack_pred(const PredV& p, uint8_t* lanes) {
-  for (int k = 0; k < SVE_VL_BYTES; ++k) lanes[k] = p.bit(k);
-}
+inline void unpack_pred(const PredV& p, uint8_t* lanes) { expand_pred(p, lanes, SVE_VL_BYTES); }
 
 // A context filled from the state, as the handlers of this route pass it.
 inline CpuContext make_context(const cpu_state* s) {
-  CpuContext c{};
+  CpuContext c;
   c.flags = uint32_t(s->nzcv);
   c.fpsr = s->fpsr;
   c.fpcr = s->fpcr & FPCR_CONTEXT_MASK;
@@ -56,7 +90,8 @@ struct VecImage {
   alignas(16) uint8_t b[SVE_MAX_VL_BYTES];
 };
 inline VecImage load_image(const cpu_state* s, int zreg) {
-  VecImage v{};
+  VecImage v;
   std::memcpy(v.b, s->z[zreg], SVE_VL_BYTES);
+  std::memset(v.b + SVE_VL_BYTES, 0, SVE_MAX_VL_BYTES - SVE_VL_BYTES);
   return v;
 }
