@@ -44,12 +44,33 @@ inline uint64_t with_nzcv(uint64_t nzcv, NzcFlags f, bool v = false) {
 
 // Fixed-length predicate test at the element width sizeof(T) over unpacked
 // lanes: an element is governed and tested by bit 0 of its lowest lane byte.
+// The lanes are packed eight at a time into two 64-bit masks (lanes 0-63 and
+// 64-111) and kept only at element starts, so the first and last active
+// elements are bit scans.
 template <class T>
 inline void sve_ptest(cpu_state* s, const char* governing, const char* tested) {
   constexpr int E = int(sizeof(T));
-  auto g = [&](int i) { return (governing[i * E] & 1) != 0; };
-  auto t = [&](int i) { return (tested[i * E] & 1) != 0; };
-  s->nzcv = with_nzcv(s->nzcv, predicate_test(SVE_VL_BYTES / E, g, t, t));
+  constexpr uint64_t starts = E == 1 ? ~uint64_t(0)
+                              : E == 2 ? 0x5555555555555555ull
+                              : E == 4 ? 0x1111111111111111ull
+                                       : 0x0101010101010101ull;
+  auto pack = [](const char* lanes, uint64_t& lo, uint64_t& hi) {
+    const uint8_t* l = reinterpret_cast<const uint8_t*>(lanes);
+    lo = hi = 0;
+    for (int k = 0; k < 8; ++k) lo |= uint64_t(pack8(l + 8 * k)) << (8 * k);
+    for (int k = 0; k < SVE_VL_BYTES / 8 - 8; ++k) hi |= uint64_t(pack8(l + 64 + 8 * k)) << (8 * k);
+    lo &= starts;
+    hi &= starts;
+  };
+  uint64_t glo, ghi, tlo, thi;
+  pack(governing, glo, ghi);
+  pack(tested, tlo, thi);
+  NzcFlags f{false, ((glo & tlo) | (ghi & thi)) == 0, true};
+  if (glo | ghi) {
+    f.n = glo ? (tlo >> __builtin_ctzll(glo)) & 1 : (thi >> __builtin_ctzll(ghi)) & 1;
+    f.c = ghi ? !((thi >> (63 - __builtin_clzll(ghi))) & 1) : !((tlo >> (63 - __builtin_clzll(glo))) & 1);
+  }
+  s->nzcv = with_nzcv(s->nzcv, f);
 }
 
 // ---- length-agnostic helpers over packed predicates ----

@@ -86,6 +86,34 @@ TEST(PredicateTest, PackedFormAgreesExceptForZOnNonLowestBits) {
   EXPECT_EQ(c.flags >> 28, C);  // Z clear: the element counts as true
 }
 
+// The fixed-length test against the element-by-element rule, on lanes that
+// also hold set bits outside element starts (which must be ignored).
+template <class T>
+void check_against_rule(std::mt19937& rng) {
+  constexpr int E = int(sizeof(T));
+  for (int round = 0; round < 2000; ++round) {
+    Lanes g, t;
+    int density = int(rng() % 4);
+    for (int k = 0; k < SVE_VL_BYTES; ++k) {
+      g.b[k] = char(rng() % 4 < unsigned(density) ? 1 : 0) | char(rng() & 6);
+      t.b[k] = char(rng() & 1) | char(rng() & 0xFE);
+    }
+    cpu_state s{};
+    sve_ptest<T>(&s, g.b, t.b);
+    auto gi = [&](int i) { return (g.b[i * E] & 1) != 0; };
+    auto ti = [&](int i) { return (t.b[i * E] & 1) != 0; };
+    NzcFlags want = predicate_test(SVE_VL_BYTES / E, gi, ti, ti);
+    ASSERT_EQ(flags_of(s), (unsigned(want.n) << 3) | (unsigned(want.z) << 2) | (unsigned(want.c) << 1)) << E;
+  }
+}
+TEST(PredicateTest, FixedLengthFormFollowsTheElementRule) {
+  std::mt19937 rng(11);
+  check_against_rule<signed char>(rng);
+  check_against_rule<short>(rng);
+  check_against_rule<int>(rng);
+  check_against_rule<long>(rng);
+}
+
 TEST(PredicateTest, SetNzcKeepsVAndTheVariantsKeepZ) {
   CpuContext c{};
   c.vl = 14;
