@@ -65,16 +65,7 @@ const BenchCase kCases[] = {
     {"movprfx/fixed/movprfx_zpz_b", 0x04112020, "movprfx z0.b, p0/m, z1.b"},
 };
 
-cpu_state* make_state() {
-  static cpu_state s;
-  std::mt19937_64 g(42);
-  std::memset(&s, 0, sizeof s);
-  for (auto& z : s.z)
-    for (auto& b : z) b = uint8_t(g());
-  for (auto& p : s.p)
-    for (auto& b : p) b = uint8_t(g() & 1);
-  return &s;
-}
+cpu_state* make_state() { return bench_state(false); }
 
 }  // namespace
 

@@ -63,17 +63,7 @@ const BenchCase kCases[] = {
     {"count_cterm/agnostic/ctermeq", 0x25e22020, "ctermeq x1, x2"},
 };
 
-cpu_state* make_state() {
-  static cpu_state s;
-  std::mt19937_64 g(42);
-  std::memset(&s, 0, sizeof s);
-  for (auto& z : s.z)
-    for (auto& b : z) b = uint8_t(g());
-  for (auto& p : s.p)
-    for (auto& b : p) b = uint8_t(g() & 1);
-  for (auto& x : s.x) x = g() % 200;
-  return &s;
-}
+cpu_state* make_state() { return bench_state(true); }
 
 }  // namespace
 

@@ -11,9 +11,25 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <random>
 #include <span>
 
 #include "sve/decode/decode.h"
+
+// A state with random Z registers, predicates of random 0/1 lanes and, with
+// small_x, general registers below 200 (counts and WHILE bounds stay short).
+inline cpu_state* bench_state(bool small_x) {
+  static cpu_state s;
+  std::mt19937_64 g(42);
+  std::memset(&s, 0, sizeof s);
+  for (auto& z : s.z)
+    for (auto& b : z) b = uint8_t(g());
+  for (auto& p : s.p)
+    for (auto& b : p) b = uint8_t(g() & 1);
+  if (small_x)
+    for (auto& x : s.x) x = g() % 200;
+  return &s;
+}
 
 struct BenchCase {
   const char* label;  // family/route/form
