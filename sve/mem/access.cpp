@@ -113,9 +113,11 @@ int SVEInitialize() {
   if (SVELibInitialized) return SVELibInitialized;
   cpu_ctxt.vl = 2;
   ctxt = &cpu_ctxt;
-  struct sigaction sa = make_action(SVESigHandler);
-  sigaction(SIGSEGV, &sa, nullptr);
-  sigaction(SIGBUS, &sa, nullptr);
+  if (!(sve_host_owns_signals && sve_host_owns_signals())) {
+    struct sigaction sa = make_action(SVESigHandler);
+    sigaction(SIGSEGV, &sa, nullptr);
+    sigaction(SIGBUS, &sa, nullptr);
+  }
   SVELibInitialized = 1;
   return 1;
 }

@@ -37,6 +37,11 @@ void SVESigHandler(int sig, siginfo_t* info, void* uctx);
 // (non-zero) flag.
 int SVEInitialize();
 
+// Defined (returning true) by a host framework that owns the process's
+// signals and catches faults of emulated accesses itself: SVEInitialize then
+// leaves the signal actions alone.
+extern "C" __attribute__((weak)) bool sve_host_owns_signals();
+
 // Element reads of N bytes. With a null fault flag: a plain read. Otherwise a
 // fault is caught, reported through *fault (set true) and the result is 0; on
 // success *fault is left as it was. The integer argument is not used.
