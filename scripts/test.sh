@@ -33,7 +33,18 @@ run_tree() {  # name, build dir, cmake args...
 
 run_tree native build/native -DCMAKE_BUILD_TYPE=RelWithDebInfo
 run_tree sanitizers build/asan -DCMAKE_BUILD_TYPE=Debug -DSVE_SANITIZE=ON
-run_tree aarch64 build/cross -DCMAKE_TOOLCHAIN_FILE=cmake/aarch64-linux-gnu.cmake
+# An installed DynamoRIO for AArch64 (DYNAMORIO_HOME, by default /opt/dynamorio)
+# adds the client and its end-to-end cases; without one they are skipped.
+dr_home=${DYNAMORIO_HOME:-/opt/dynamorio}
+dr_args=()
+if [ -f "$dr_home/cmake/DynamoRIOConfig.cmake" ]; then
+  echo "DynamoRIO: $dr_home"
+  dr_args=(-DDynamoRIO_DIR="$dr_home/cmake")
+else
+  echo "DynamoRIO: none at $dr_home (set DYNAMORIO_HOME); client cases are skipped"
+  dr_args=(-UDynamoRIO_DIR)
+fi
+run_tree aarch64 build/cross -DCMAKE_TOOLCHAIN_FILE=cmake/aarch64-linux-gnu.cmake "${dr_args[@]}"
 
 echo "tests: $passed passed, $failed failed"
 exit $status
