@@ -3,7 +3,7 @@
 // random architectural state, and compares every register, the flags, FPSR
 // and a memory buffer.
 //
-//   sve_diff [--seed N] [--filter SUBSTR] [--cases N] [--reports N] [--shard K/N] [--list]
+//   sve_diff [--seed N] [--filter SUBSTR] [--group NAME] [--cases N] [--reports N] [--shard K/N] [--list]
 #include <setjmp.h>
 #include <signal.h>
 #include <sys/mman.h>
@@ -360,6 +360,7 @@ void compare(const RefRecord& ref, const cpu_state& emu, const std::vector<uint8
 struct Options {
   uint64_t seed = 1;
   const char* filter = nullptr;
+  const char* group = nullptr;  // Integer, Predicate, Permute, Count, Float or Memory
   int cases = 100;
   int reports = 20;
   bool list = false;
@@ -379,6 +380,7 @@ Options parse(int argc, char** argv) {
     };
     if (a == "--seed") o.seed = std::strtoull(value(), nullptr, 0);
     else if (a == "--filter") o.filter = value();
+    else if (a == "--group") o.group = value();
     else if (a == "--cases") o.cases = std::atoi(value());
     else if (a == "--reports") o.reports = std::atoi(value());
     else if (a == "--list") o.list = true;
@@ -390,7 +392,9 @@ Options parse(int argc, char** argv) {
       }
     }
     else {
-      std::fprintf(stderr, "usage: sve_diff [--seed N] [--filter SUBSTR] [--cases N] [--reports N] [--shard K/N] [--list]\n");
+      std::fprintf(stderr,
+                   "usage: sve_diff [--seed N] [--filter SUBSTR] [--group NAME] [--cases N] [--reports N] "
+                   "[--shard K/N] [--list]\n");
       std::exit(2);
     }
   }
@@ -418,6 +422,7 @@ int main(int argc, char** argv) {
     Handler h = entry_handler(e);
     std::string name = entry_name(e);
     if (!h || (opt.filter && name.find(opt.filter) == std::string::npos)) continue;
+    if (opt.group && entry_group(e) != opt.group) continue;
     if (++index % opt.shards != opt.shard) continue;
     if (opt.list) {
       std::printf("%s\n", name.c_str());
