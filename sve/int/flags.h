@@ -42,29 +42,27 @@ inline uint64_t with_nzcv(uint64_t nzcv, NzcFlags f, bool v = false) {
          (uint64_t(v) << 28);
 }
 
+// Lanes where elements of E bytes start, in a 64-bit map word.
+template <int E>
+constexpr uint64_t kElementStarts = E == 1 ? ~uint64_t(0)
+                                    : E == 2 ? 0x5555555555555555ull
+                                    : E == 4 ? 0x1111111111111111ull
+                                             : 0x0101010101010101ull;
+inline uint64_t element_starts(int step) {
+  return step == 1 ? kElementStarts<1> : step == 2 ? kElementStarts<2> : step == 4 ? kElementStarts<4> : kElementStarts<8>;
+}
+
 // Fixed-length predicate test at the element width sizeof(T) over unpacked
 // lanes: an element is governed and tested by bit 0 of its lowest lane byte.
-// The lanes are packed eight at a time into two 64-bit masks (lanes 0-63 and
-// 64-111) and kept only at element starts, so the first and last active
-// elements are bit scans.
+// The lanes are packed into 64-bit map words and kept only at element
+// starts, so the first and last active elements are bit scans.
 template <class T>
 inline void sve_ptest(cpu_state* s, const char* governing, const char* tested) {
-  constexpr int E = int(sizeof(T));
-  constexpr uint64_t starts = E == 1 ? ~uint64_t(0)
-                              : E == 2 ? 0x5555555555555555ull
-                              : E == 4 ? 0x1111111111111111ull
-                                       : 0x0101010101010101ull;
-  auto pack = [](const char* lanes, uint64_t& lo, uint64_t& hi) {
-    const uint8_t* l = reinterpret_cast<const uint8_t*>(lanes);
-    lo = hi = 0;
-    for (int k = 0; k < 8; ++k) lo |= uint64_t(pack8(l + 8 * k)) << (8 * k);
-    for (int k = 0; k < SVE_VL_BYTES / 8 - 8; ++k) hi |= uint64_t(pack8(l + 64 + 8 * k)) << (8 * k);
-    lo &= starts;
-    hi &= starts;
-  };
-  uint64_t glo, ghi, tlo, thi;
-  pack(governing, glo, ghi);
-  pack(tested, tlo, thi);
+  static_assert(SVE_VL_BYTES <= 128, "two map words");
+  constexpr uint64_t starts = kElementStarts<int(sizeof(T))>;
+  PredV g = pack_pred(reinterpret_cast<const uint8_t*>(governing));
+  PredV t = pack_pred(reinterpret_cast<const uint8_t*>(tested));
+  uint64_t glo = g.w[0] & starts, ghi = g.w[1] & starts, tlo = t.w[0] & starts, thi = t.w[1] & starts;
   NzcFlags f{false, ((glo & tlo) | (ghi & thi)) == 0, true};
   if (glo | ghi) {
     f.n = glo ? (tlo >> __builtin_ctzll(glo)) & 1 : (thi >> __builtin_ctzll(ghi)) & 1;
@@ -92,17 +90,25 @@ inline int FindLastActive(const PredV& p, int esize_bits, const CpuContext* c) {
 
 // N and C from the result's lowest element bit; Z counts an element of the
 // result as true when any of its map bits is set. With no element at all,
-// N = 0, Z = 1, C = 1. V is left as it was.
+// N = 0, Z = 1, C = 1. V is left as it was. Word by word: elements never
+// straddle a 64-bit map word.
 inline NzcFlags pred_nzc(const PredV& g, const PredV& r, int esize_bits, const CpuContext* c) {
-  int step = esize_bits / 8;
-  auto active = [&](int i) { return g.bit(i * step); };
-  auto first = [&](int i) { return r.bit(i * step); };
-  auto any = [&](int i) {
-    for (int k = 0; k < step; ++k)
-      if (r.bit(i * step + k)) return true;
-    return false;
-  };
-  return predicate_test(pred_elems(c, esize_bits), active, first, any);
+  const int step = esize_bits / 8, bytes = vl_bytes(c);
+  const uint64_t starts = element_starts(step);
+  NzcFlags f{false, true, true};
+  bool seen = false;
+  for (int w = 0; w * 64 < bytes; ++w) {
+    uint64_t valid = bytes - 64 * w >= 64 ? ~uint64_t(0) : (uint64_t(1) << (bytes - 64 * w)) - 1;
+    uint64_t act = g.w[w] & starts & valid;
+    if (!act) continue;
+    uint64_t rw = r.w[w], any = rw;
+    for (int k = 1; k < step; ++k) any |= rw >> k;
+    if (act & any) f.z = false;
+    if (!seen) f.n = (rw >> __builtin_ctzll(act)) & 1;
+    seen = true;
+    f.c = !((rw >> (63 - __builtin_clzll(act))) & 1);
+  }
+  return f;
 }
 inline void PredSetNZC(const PredV& g, const PredV& r, int esize_bits, CpuContext* c) {
   NzcFlags f = pred_nzc(g, r, esize_bits, c);
