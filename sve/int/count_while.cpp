@@ -31,28 +31,60 @@ template <class Cond, class Set> inline void while_walk(int n, uint64_t rn, uint
   }
 }
 
+// The number of leading true elements of n, in closed form: the condition
+// first fails at Rn + (Rm - Rn) (+ 1 for the or-equal forms), and Rn cannot
+// wrap at its width before it gets there, except when an or-equal bound is
+// the largest value: every value passes it, and so does every element.
+template <bool Unsigned, bool OrEqual> int while_count(uint64_t a, uint64_t b, int bits, int n) {
+  int sh = 64 - bits;
+  unsigned __int128 span;
+  if (Unsigned) {
+    a = (a << sh) >> sh;
+    b = (b << sh) >> sh;
+    if (OrEqual ? a > b : a >= b) return 0;
+    if (OrEqual && b == ~uint64_t(0) >> sh) return n;
+    span = (unsigned __int128)(b - a) + OrEqual;
+  } else {
+    int64_t x = int64_t(a << sh) >> sh, y = int64_t(b << sh) >> sh;
+    if (OrEqual ? x > y : x >= y) return 0;
+    if (OrEqual && y == int64_t(~uint64_t(0) >> (sh + 1))) return n;
+    span = (unsigned __int128)(__int128(y) - x) + OrEqual;
+  }
+  return span < unsigned(n) ? int(span) : n;
+}
+
+// The leading elements are true; the flags are the predicate test of the
+// result against an all-true predicate: N = first element, Z = none, C = not
+// the last (V clear).
 template <bool Unsigned, bool OrEqual>
 aarch64_decode_rc while_fixed(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn, aarch64_i_reg rm, int bits) {
-  int ebytes = 1 << pd.esize;
+  const int n = SVE_VL_BYTES >> pd.esize;
+  int count = while_count<Unsigned, OrEqual>(read_reg(s, rn), read_reg(s, rm), bits, n);
   alignas(16) uint8_t tmp[SVE_VL_BYTES] = {};
-  while_walk(SVE_VL_BYTES >> pd.esize, read_reg(s, rn), read_reg(s, rm), WhileCond<Unsigned, OrEqual>{bits},
-             [&](int e, bool v) { tmp[e * ebytes] = v; });
+  std::memcpy(tmp, all_true_lanes(pd.esize), size_t(count) << pd.esize);
   std::memcpy(s->p[pd.num], tmp, SVE_VL_BYTES);
-  ptest_esize(s, pd.esize, all_true_lanes(pd.esize), tmp);
+  s->nzcv = with_nzcv(s->nzcv, NzcFlags{count > 0, count == 0, count < n});
   return DECODE_OK;
 }
 
 // Routine of the length-agnostic form: result map d; flags against an
 // all-true predicate at the element width.
+// The map of the first `count` elements of E bytes, lanes 0..bytes-1.
+inline PredV leading_elements(int count, int ebytes) {
+  PredV p{};
+  const uint64_t starts = element_starts(ebytes);
+  int bits = count * ebytes;
+  for (int w = 0; w * 64 < bits; ++w)
+    p.w[w] = starts & (bits - 64 * w >= 64 ? ~uint64_t(0) : (uint64_t(1) << (bits - 64 * w)) - 1);
+  return p;
+}
+
 template <class T, int Bits>
 void whilele_routine(PredV* d, uint64_t rn, uint64_t rm, CpuContext* c) {
   constexpr int E = int(sizeof(T));
-  PredV all{};
-  *d = PredV{};
   int n = agnostic_elems<T>(c);
-  for (int e = 0; e < n; ++e) all.set(e * E, true);
-  while_walk(n, rn, rm, WhileCond<false, true>{Bits}, [&](int e, bool v) { d->set(e * E, v); });
-  PredSetNZCV(all, *d, E * 8, c);
+  *d = leading_elements(while_count<false, true>(rn, rm, Bits, n), E);
+  PredSetNZCV(leading_elements(n, E), *d, E * 8, c);
 }
 using AgnosticWhile = void (*)(PredV*, uint64_t, uint64_t, CpuContext*);
 

@@ -58,6 +58,43 @@ TEST(While, CountsAndFlags) {
   EXPECT_EQ(flags(s), 8u);  // N only: the last element is true
 }
 
+// Every WHILE form against the element-by-element rule, at the bounds where
+// Rn wraps at its width: the lowest and highest values of W and X, signed and
+// unsigned, as Rn and as Rm.
+TEST(While, FormsFollowTheElementRule) {
+  const uint64_t edges[] = {0, 1, 2, 5, 27, 0x7FFFFFF0, 0x7FFFFFFE, 0x7FFFFFFF, 0x80000000, 0xFFFFFFF0, 0xFFFFFFFF,
+                            0x7FFFFFFFFFFFFFF0, 0x7FFFFFFFFFFFFFFF, 0x8000000000000000, 0xFFFFFFFFFFFFFFF0,
+                            ~uint64_t(0)};
+  for (unsigned size = 0; size < 4; ++size)
+    for (unsigned sf = 0; sf < 2; ++sf)
+      for (unsigned u = 0; u < 2; ++u)
+        for (unsigned eq = 0; eq < 2; ++eq) {
+          const int bits = sf ? 64 : 32, sh = 64 - bits, ebytes = 1 << size;
+          uint32_t word = 0x25200400u | size << 22 | 2u << 16 | sf << 12 | u << 11 | 1u << 5 | eq << 4;
+          auto holds = [&](uint64_t a, uint64_t b) {
+            if (u) {
+              a = (a << sh) >> sh, b = (b << sh) >> sh;
+              return eq ? a <= b : a < b;
+            }
+            int64_t x = int64_t(a << sh) >> sh, y = int64_t(b << sh) >> sh;
+            return eq ? x <= y : x < y;
+          };
+          for (uint64_t rn : edges)
+            for (uint64_t rm : edges) {
+              cpu_state s = zero_state();
+              s.x[1] = rn, s.x[2] = rm;
+              run(s, word);
+              bool on = true;
+              for (int e = 0; e < SVE_VL_BYTES / ebytes; ++e) {
+                on = on && holds(rn + uint64_t(e), rm);
+                ASSERT_EQ(s.p[0][e * ebytes], on ? 1 : 0) << std::hex << word << " " << rn << " " << rm << " " << e;
+              }
+              bool first = s.p[0][0], last = s.p[0][SVE_VL_BYTES - ebytes];
+              EXPECT_EQ(flags(s), (first ? 8u : 0u) | (first ? 0u : 4u) | (last ? 0u : 2u)) << std::hex << word;
+            }
+        }
+}
+
 TEST(VectorLength, RdvlAddvlAddpl) {
   cpu_state s = zero_state();
   run(s, 0x04bf57e0);  // rdvl x0, #-1
