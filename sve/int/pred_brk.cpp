@@ -7,31 +7,37 @@
 namespace sve {
 namespace {
 
-// The walk shared by every break: a running flag starts at `run`; at each
-// active element BRKA-style (After) writes the flag and then clears it at the
-// first true element of `stop`, BRKB-style clears it first and then writes.
-// out(k, active, value) receives every element.
-template <bool After, class G, class Stop, class Out>
-inline void break_walk(int n, bool run, G active, Stop stop, Out out) {
-  for (int k = 0; k < n; ++k) {
-    if (!active(k)) {
-      out(k, false, false);
+// Breaks work on packed maps, a 64-bit word at a time (every break is at byte
+// granularity). Lanes of the map past the vector length are clear.
+inline uint64_t valid_bits(int bytes, int w) {
+  return bytes - 64 * w >= 64 ? ~uint64_t(0) : bytes <= 64 * w ? 0 : (uint64_t(1) << (bytes - 64 * w)) - 1;
+}
+constexpr int kWords = SVE_MAX_VL_BYTES / 64;
+
+// The active lanes of g up to the first active true lane of stop, that lane
+// included (After, BRKA-style) or not (BRKB-style); none when `run` is false.
+template <bool After> inline PredV break_map(const PredV& g, const PredV& stop, bool run, int bytes) {
+  PredV r{};
+  for (int w = 0; run && w < kWords; ++w) {
+    uint64_t active = g.w[w] & valid_bits(bytes, w), hit = active & stop.w[w];
+    if (!hit) {
+      r.w[w] = active;
       continue;
     }
-    if (After) {
-      out(k, true, run);
-      run = run && !stop(k);
-    } else {
-      run = run && !stop(k);
-      out(k, true, run);
-    }
+    int b = __builtin_ctzll(hit);
+    uint64_t upto = After ? (b == 63 ? ~uint64_t(0) : (uint64_t(2) << b) - 1) : (uint64_t(1) << b) - 1;
+    r.w[w] = active & upto;
+    run = false;
   }
+  return r;
 }
 
-// Whether the last active element of g is true in n (false when none is active).
-template <class G, class N> inline bool last_active_true(int elems, G g, N n) {
-  for (int k = elems - 1; k >= 0; --k)
-    if (g(k)) return n(k);
+// Whether the last active lane of g is true in n (false when none is active).
+inline bool last_active_true(const PredV& g, const PredV& n, int bytes) {
+  for (int w = kWords - 1; w >= 0; --w) {
+    uint64_t active = g.w[w] & valid_bits(bytes, w);
+    if (active) return (n.w[w] >> (63 - __builtin_clzll(active))) & 1;
+  }
   return false;
 }
 
@@ -39,43 +45,33 @@ template <class G, class N> inline bool last_active_true(int elems, G g, N n) {
 
 template <bool After>
 aarch64_decode_rc break_lanes(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_p_reg pn) {
-  const uint8_t *g = s->p[pg.num], *n = s->p[pn.num], *old = s->p[pd.num];
-  alignas(16) uint8_t tmp[SVE_VL_BYTES];
-  bool zeroing = pg.zeroing;
-  break_walk<After>(
-      SVE_VL_BYTES, true, [&](int k) { return (g[k] & 1) != 0; }, [&](int k) { return (n[k] & 1) != 0; },
-      [&](int k, bool active, bool v) { tmp[k] = uint8_t(active ? v : zeroing ? 0 : (old[k] & 1)); });
-  std::memcpy(s->p[pd.num], tmp, SVE_VL_BYTES);
+  PredV g = pack_pred(s->p[pg.num]), r = break_map<After>(g, pack_pred(s->p[pn.num]), true, SVE_VL_BYTES);
+  if (!pg.zeroing) {  // merging: inactive lanes keep Pd
+    PredV old = pack_pred(s->p[pd.num]);
+    for (int w = 0; w < kWords; ++w) r.w[w] |= old.w[w] & ~g.w[w];
+  }
+  unpack_pred(r, s->p[pd.num]);
   return DECODE_OK;
 }
 
 // The result goes to tmp; the caller tests it before Pd (which may be Pg) is written.
 template <bool After>
 void break_prev_lanes(cpu_state* s, uint8_t* tmp, aarch64_p_reg pg, aarch64_p_reg pn, aarch64_p_reg pm) {
-  const uint8_t *g = s->p[pg.num], *n = s->p[pn.num], *m = s->p[pm.num];
-  auto active = [&](int k) { return (g[k] & 1) != 0; };
-  bool run = last_active_true(SVE_VL_BYTES, active, [&](int k) { return (n[k] & 1) != 0; });
-  break_walk<After>(SVE_VL_BYTES, run, active, [&](int k) { return (m[k] & 1) != 0; },
-                    [&](int k, bool, bool v) { tmp[k] = v; });
+  PredV g = pack_pred(s->p[pg.num]);
+  bool run = last_active_true(g, pack_pred(s->p[pn.num]), SVE_VL_BYTES);
+  unpack_pred(break_map<After>(g, pack_pred(s->p[pm.num]), run, SVE_VL_BYTES), tmp);
 }
 
 // ---- length agnostic, over packed maps ----
 
 template <bool After, bool SetFlags>
 void break_routine(PredV* d, const PredV* g, const PredV* n, const PredV*, CpuContext* c) {
-  *d = PredV{};
-  break_walk<After>(
-      vl_bytes(c), true, [&](int k) { return g->bit(k); }, [&](int k) { return n->bit(k); },
-      [&](int k, bool active, bool v) { d->set(k, active && v); });
+  *d = break_map<After>(*g, *n, true, vl_bytes(c));
   if (SetFlags) PredSetNZCV(*g, *d, 8, c);
 }
 template <bool After, bool SetFlags>
 void break_prev_routine(PredV* d, const PredV* g, const PredV* n, const PredV* m, CpuContext* c) {
-  *d = PredV{};
-  auto active = [&](int k) { return g->bit(k); };
-  bool run = last_active_true(vl_bytes(c), active, [&](int k) { return n->bit(k); });
-  break_walk<After>(vl_bytes(c), run, active, [&](int k) { return m->bit(k); },
-                    [&](int k, bool, bool v) { d->set(k, v); });
+  *d = break_map<After>(*g, *m, last_active_true(*g, *n, vl_bytes(c)), vl_bytes(c));
   if (SetFlags) PredSetNZCV(*g, *d, 8, c);
 }
 
@@ -92,9 +88,7 @@ aarch64_decode_rc sve_brkb_ppp(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg,
 // Pdm is kept when the last active element of Pn is true, else cleared; the
 // flag form tests the result under an all-true predicate.
 aarch64_decode_rc sve_brkn(cpu_state* s, aarch64_p_reg pdm, aarch64_p_reg pg, aarch64_p_reg pn, bool set_flags) {
-  const uint8_t *g = s->p[pg.num], *n = s->p[pn.num];
-  if (!sve::last_active_true(SVE_VL_BYTES, [&](int k) { return (g[k] & 1) != 0; },
-                             [&](int k) { return (n[k] & 1) != 0; }))
+  if (!sve::last_active_true(pack_pred(s->p[pg.num]), pack_pred(s->p[pn.num]), SVE_VL_BYTES))
     std::memset(s->p[pdm.num], 0, SVE_VL_BYTES);
   if (set_flags) sve::ptest_esize(s, 0, sve::all_true_lanes(0), s->p[pdm.num]);
   return DECODE_OK;
