@@ -70,17 +70,11 @@ template <class T> T fp_add(T op1, T op2, bool negate_op2, int mode, int* flags)
 }
 
 template <class T> T FPAdd(T op1, T op2, FPSCR& fpscr) {
-  int flags = 0;
-  T r = add(op1, op2, false, fp_mode(fpscr), &flags);
-  fpscr |= FPSCR(flags);
-  return r;
+  return with_fpscr(fpscr, [&](int mode, int* flags) { return add(op1, op2, false, mode, flags); });
 }
 
 template <class T> T FPSub(T op1, T op2, FPSCR& fpscr) {
-  int flags = 0;
-  T r = add(op1, op2, true, fp_mode(fpscr), &flags);
-  fpscr |= FPSCR(flags);
-  return r;
+  return with_fpscr(fpscr, [&](int mode, int* flags) { return add(op1, op2, true, mode, flags); });
 }
 
 #define SVE_FP_INSTANTIATE(T)                                  \

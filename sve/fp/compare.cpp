@@ -27,10 +27,9 @@ template <class T> bool unordered(T& a, T& b, bool signal_nans, int mode, int* f
 }
 
 template <class T> int compare(T a, T b, bool signal_nans, FPSCR& fpscr) {
-  int flags = 0;
-  int r = unordered(a, b, signal_nans, fp_mode(fpscr), &flags) ? 2 : order(a, b);
-  fpscr |= FPSCR(flags);
-  return r;
+  return with_fpscr(fpscr, [&](int mode, int* flags) {
+    return unordered(a, b, signal_nans, mode, flags) ? 2 : order(a, b);
+  });
 }
 
 }  // namespace

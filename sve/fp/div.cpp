@@ -45,10 +45,7 @@ template <class T> T fp_div(T op1, T op2, int mode, int* flags) {
 }  // namespace
 
 template <class T> T FPDiv(T op1, T op2, FPSCR& fpscr) {
-  int flags = 0;
-  T r = fp_div(op1, op2, fp_mode(fpscr), &flags);
-  fpscr |= FPSCR(flags);
-  return r;
+  return with_fpscr(fpscr, [&](int mode, int* flags) { return fp_div(op1, op2, mode, flags); });
 }
 
 template unsigned short FPDiv<unsigned short>(unsigned short, unsigned short, FPSCR&);

@@ -54,6 +54,15 @@ constexpr int FLAG_IDC = 128;
 
 // AHP is left out on purpose: arithmetic never uses the alternative format.
 constexpr int fp_mode(FPSCR s) { return int((s >> 22) & 15) | int((s >> 19) & 1) << 5; }
+
+// The pseudocode's entry points over an FPSCR: op(mode, &flags) runs under
+// the word's mode and its exception flags accumulate into the word.
+template <class Op> inline auto with_fpscr(FPSCR& fpscr, Op op) {
+  int flags = 0;
+  auto r = op(fp_mode(fpscr), &flags);
+  fpscr |= FPSCR(flags);
+  return r;
+}
 constexpr int fp_rmode(FPSCR s) { return int((s >> 22) & 3); }
 
 }  // namespace sve

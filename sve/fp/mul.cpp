@@ -40,17 +40,11 @@ template <class T> T fp_mul(T op1, T op2, bool zero_times_inf_is_two, int mode, 
 }
 
 template <class T> T FPMul(T op1, T op2, FPSCR& fpscr) {
-  int flags = 0;
-  T r = mul(op1, op2, false, fp_mode(fpscr), &flags);
-  fpscr |= FPSCR(flags);
-  return r;
+  return with_fpscr(fpscr, [&](int mode, int* flags) { return mul(op1, op2, false, mode, flags); });
 }
 
 template <class T> T FPMulX(T op1, T op2, FPSCR& fpscr) {
-  int flags = 0;
-  T r = mul(op1, op2, true, fp_mode(fpscr), &flags);
-  fpscr |= FPSCR(flags);
-  return r;
+  return with_fpscr(fpscr, [&](int mode, int* flags) { return mul(op1, op2, true, mode, flags); });
 }
 
 #define SVE_FP_INSTANTIATE(T)                         \

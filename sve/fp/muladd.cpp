@@ -16,6 +16,29 @@ template <class W> int place(W& m, int e) {
   return e + fp_width<W> - 1 - lz;
 }
 
+// The product term p (exponent ep, sign ps) plus the addend term q (eq, qs),
+// both with their leading one at bit width-3: the term with the smaller
+// exponent is aligned with a sticky bit; a difference takes the sign of the
+// larger magnitude. Rounded at exponent `exp0` + the aligned exponent.
+template <class T, class W>
+[[gnu::always_inline]] inline T add_terms(W p, int ep, int ps, W q, int eq, int qs, int exp0, int mode, int* flags) {
+  bool swap = eq > ep;
+  W x = fp_select(swap, p, q), y = fp_select(swap, q, p);
+  int exp = fp_select(swap, ep, eq), sign = fp_select(swap, ps, qs);
+  y = fp_shr_sticky(y, exp - fp_select(swap, eq, ep));
+  W sum;
+  if (qs == ps) {
+    sum = x + y;
+  } else {
+    bool flip = y > x;
+    sum = fp_select(flip, W(x - y), W(y - x));
+    sign ^= int(flip);
+  }
+  int rm = mode & MODE_RMODE;
+  if (sum == 0) return fp_zero<T>(rm == 2);
+  return fp_round_wide<T>(sign, exp + exp0, sum, rm, mode, flags);
+}
+
 // Finite operands, not an addend and a product that are both zero.
 template <class T>
 [[gnu::always_inline]] inline T muladd_finite(FPUnpacked<T> a, FPUnpacked<T> b, FPUnpacked<T> c, int scale,
@@ -23,28 +46,14 @@ template <class T>
   using W = typename FPFormat<T>::Wide;
   constexpr int F = fp_F<T>, bias = fp_bias<T>;
   bool pzero = b.zero() || c.zero();
-  int psign = b.sign ^ c.sign, rm = mode & MODE_RMODE;
+  int psign = b.sign ^ c.sign;
   // A zero term takes an exponent that never wins the alignment.
   constexpr int kNever = -(1 << 28);
   W p = pzero ? W(0) : W(b.mnt) * W(c.mnt), q = a.mnt;
   int ep = pzero ? kNever : place(p, b.exp + c.exp - bias - 2 * F);
   int eq = a.zero() ? kNever : place(q, a.exp - F);
-  // x: the term with the larger exponent, y: the other, aligned with a sticky bit.
-  bool swap = eq > ep;
-  W x = fp_select(swap, p, q), y = fp_select(swap, q, p);
-  int exp = fp_select(swap, ep, eq), sign = fp_select(swap, psign, a.sign);
-  y = fp_shr_sticky(y, exp - fp_select(swap, eq, ep));
-  W sum;
-  if (a.sign == psign) {
-    sum = x + y;
-  } else {
-    bool flip = y > x;
-    sum = fp_select(flip, W(x - y), W(y - x));
-    sign ^= int(flip);
-  }
-  if (sum == 0) return fp_zero<T>(rm == 2);
   // The leading one of the terms sits at bit width-3.
-  return fp_round_wide<T>(sign, exp - (fp_width<W> - 3) + scale, sum, rm, mode, flags);
+  return add_terms<T>(p, ep, psign, q, eq, a.sign, scale - (fp_width<W> - 3), mode, flags);
 }
 
 template <class T> [[gnu::noinline]] T muladd_special(T addend, T op1, T op2, int scale, int mode, int* flags) {
@@ -85,21 +94,7 @@ template <class T>
   W p = W(W(fp_frac(op1) | one) * W(fp_frac(op2) | one)) << (top - 2 * F - 1);
   W q = W(fp_frac(addend) | one) << (top - F);
   int ep = fp_exp(op1) + fp_exp(op2) - fp_bias<T> + 1, eq = fp_exp(addend);
-  int psign = fp_sign(op1) ^ fp_sign(op2), asign = fp_sign(addend), rm = mode & MODE_RMODE;
-  bool swap = eq > ep;
-  W x = fp_select(swap, p, q), y = fp_select(swap, q, p);
-  int exp = fp_select(swap, ep, eq), sign = fp_select(swap, psign, asign);
-  y = fp_shr_sticky(y, exp - fp_select(swap, eq, ep));
-  W sum;
-  if (asign == psign) {
-    sum = x + y;
-  } else {
-    bool flip = y > x;
-    sum = fp_select(flip, W(x - y), W(y - x));
-    sign ^= int(flip);
-  }
-  if (sum == 0) return fp_zero<T>(rm == 2);
-  return fp_round_wide<T>(sign, exp - top + scale, sum, rm, mode, flags);
+  return add_terms<T>(p, ep, fp_sign(op1) ^ fp_sign(op2), q, eq, fp_sign(addend), scale - top, mode, flags);
 }
 
 }  // namespace
@@ -111,10 +106,7 @@ template <class T> T fp_muladd(T addend, T op1, T op2, int scale, int mode, int*
 }
 
 template <class T> T FPMulAdd(T addend, T op1, T op2, FPSCR& fpscr) {
-  int flags = 0;
-  T r = fp_muladd(addend, op1, op2, 0, fp_mode(fpscr), &flags);
-  fpscr |= FPSCR(flags);
-  return r;
+  return with_fpscr(fpscr, [&](int mode, int* flags) { return fp_muladd(addend, op1, op2, 0, mode, flags); });
 }
 
 unsigned short fp16_muladd(unsigned short a, unsigned short b, unsigned short c, int scale, int mode, int* flags) {

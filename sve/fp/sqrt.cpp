@@ -72,10 +72,7 @@ template <class T> T fp_sqrt(T op, int mode, int* flags) {
 }  // namespace
 
 template <class T> T FPSqrt(T op, FPSCR& fpscr) {
-  int flags = 0;
-  T r = fp_sqrt(op, fp_mode(fpscr), &flags);
-  fpscr |= FPSCR(flags);
-  return r;
+  return with_fpscr(fpscr, [&](int mode, int* flags) { return fp_sqrt(op, mode, flags); });
 }
 
 template unsigned short FPSqrt<unsigned short>(unsigned short, FPSCR&);
