@@ -260,15 +260,6 @@ inline aarch64_decode_rc run_agnostic_vi(cpu_state* s, unsigned zd, unsigned zn,
   return DECODE_OK;
 }
 
-inline aarch64_decode_rc run_agnostic_vvv(cpu_state* s, unsigned zd, unsigned zn, unsigned zm,
-                                          AgnosticVVV routine) {
-  AgnosticCall call(s);
-  VecImage a = load_image(s, zd), b = load_image(s, zn), m = load_image(s, zm), out;
-  PredV p{};
-  routine(out.b, a.b, &p, b.b, m.b, &call.ctx);
-  call.finish(zd, out);
-  return DECODE_OK;
-}
 inline aarch64_decode_rc run_agnostic_vvvi(cpu_state* s, unsigned zd, unsigned zn, unsigned zm, int index,
                                            AgnosticVVVI routine) {
   AgnosticCall call(s);
@@ -278,68 +269,57 @@ inline aarch64_decode_rc run_agnostic_vvvi(cpu_state* s, unsigned zd, unsigned z
   call.finish(zd, out);
   return DECODE_OK;
 }
+// The index-free three-operand routine R, run through the indexed driver.
+template <AgnosticVVV R>
+void without_index(uint8_t* d, const uint8_t* a, const PredV* pg, const uint8_t* b, const uint8_t* m, int,
+                   CpuContext* c) {
+  R(d, a, pg, b, m, c);
+}
 
 
 // ---- length-agnostic element drivers (the routines' bodies) ----
 
-// d = Pg ? f(a, b) : a over the context's length.
+// body(offset, chunk, pred) over the context's length, with pred the
+// governing lanes of the chunk: the expanded map of pg, or all true when pg
+// is null (unpredicated forms).
+template <class Body> inline void agnostic_drive(const PredV* pg, const CpuContext* c, Body body) {
+  int vl = vl_bytes(c);
+  if (!pg) {
+    agnostic_chunks(vl, [&](int off, auto chunk) { body(off, chunk, AllTrue{}); });
+    return;
+  }
+  alignas(16) uint8_t lanes[SVE_MAX_VL_BYTES];
+  expand_pred(*pg, lanes, vl);
+  agnostic_chunks(vl, [&](int off, auto chunk) { body(off, chunk, LanePred{lanes + off}); });
+}
+
+// d = Pg ? f(a, b) : a (f everywhere when pg is null).
 template <class T, class F>
 inline void agnostic_map2(uint8_t* d, const uint8_t* a, const PredV* pg, const uint8_t* b, const CpuContext* c, F f) {
-  alignas(16) uint8_t lanes[SVE_MAX_VL_BYTES];
-  int vl = vl_bytes(c);
-  expand_pred(*pg, lanes, vl);
-  agnostic_chunks(vl, [&](int off, auto chunk) {
-    map2<T>(d + off, a + off, b + off, chunk() / int(sizeof(T)), LanePred{lanes + off}, f);
-  });
-}
-// d = f(a, b) for every element (unpredicated).
-template <class T, class F>
-inline void agnostic_map2_all(uint8_t* d, const uint8_t* a, const uint8_t* b, const CpuContext* c, F f) {
-  agnostic_chunks(vl_bytes(c), [&](int off, auto chunk) {
-    map2<T>(d + off, a + off, b + off, chunk() / int(sizeof(T)), AllTrue{}, f);
+  agnostic_drive(pg, c, [&](int off, auto chunk, auto pred) {
+    map2<T>(d + off, a + off, b + off, chunk() / int(sizeof(T)), pred, f);
   });
 }
 // d = Pg ? f(b) : a (unary, merging into the destination image a).
 template <class T, class F>
 inline void agnostic_map1(uint8_t* d, const uint8_t* a, const PredV* pg, const uint8_t* b, const CpuContext* c, F f) {
-  alignas(16) uint8_t lanes[SVE_MAX_VL_BYTES];
-  int vl = vl_bytes(c);
-  expand_pred(*pg, lanes, vl);
-  agnostic_chunks(vl, [&](int off, auto chunk) {
-    map1<T>(d + off, b + off, a + off, chunk() / int(sizeof(T)), LanePred{lanes + off}, f);
+  agnostic_drive(pg, c, [&](int off, auto chunk, auto pred) {
+    map1<T>(d + off, b + off, a + off, chunk() / int(sizeof(T)), pred, f);
   });
 }
-// d = Pg ? f(a) : a, or f(a) everywhere when pg is null (immediate forms).
+// d = Pg ? f(a) : a (immediate forms).
 template <class T, class F>
 inline void agnostic_map_imm(uint8_t* d, const uint8_t* a, const PredV* pg, const CpuContext* c, F f) {
-  int vl = vl_bytes(c);
-  if (!pg) {
-    agnostic_chunks(vl, [&](int off, auto chunk) {
-      map_imm<T>(d + off, a + off, chunk() / int(sizeof(T)), AllTrue{}, f);
-    });
-    return;
-  }
-  alignas(16) uint8_t lanes[SVE_MAX_VL_BYTES];
-  expand_pred(*pg, lanes, vl);
-  agnostic_chunks(vl, [&](int off, auto chunk) {
-    map_imm<T>(d + off, a + off, chunk() / int(sizeof(T)), LanePred{lanes + off}, f);
+  agnostic_drive(pg, c, [&](int off, auto chunk, auto pred) {
+    map_imm<T>(d + off, a + off, chunk() / int(sizeof(T)), pred, f);
   });
 }
-// d = Pg ? f(a, wide element of b) : a, or for every element when pg is null.
+// d = Pg ? f(a, wide element of b) : a.
 template <class T, class F>
 inline void agnostic_map_wide(uint8_t* d, const uint8_t* a, const PredV* pg, const uint8_t* b, const CpuContext* c,
                               F f) {
-  int vl = vl_bytes(c);
-  if (!pg) {
-    agnostic_chunks(vl, [&](int off, auto chunk) {
-      map_wide<T>(d + off, a + off, b + off, chunk() / int(sizeof(T)), AllTrue{}, f);
-    });
-    return;
-  }
-  alignas(16) uint8_t lanes[SVE_MAX_VL_BYTES];
-  expand_pred(*pg, lanes, vl);
-  agnostic_chunks(vl, [&](int off, auto chunk) {
-    map_wide<T>(d + off, a + off, b + off, chunk() / int(sizeof(T)), LanePred{lanes + off}, f);
+  agnostic_drive(pg, c, [&](int off, auto chunk, auto pred) {
+    map_wide<T>(d + off, a + off, b + off, chunk() / int(sizeof(T)), pred, f);
   });
 }
 

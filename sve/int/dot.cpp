@@ -42,7 +42,7 @@ void dot_index_routine(uint8_t* d, const uint8_t* a, const PredV*, const uint8_t
 // Zda = bits 4-0, Zn = bits 9-5, Zm = bits 20-16.
 template <AgnosticVVV R> aarch64_decode_rc dot_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  return run_agnostic_vvv(s, field(w, 4, 0), field(w, 9, 5), field(w, 20, 16), R);
+  return run_agnostic_vvvi(s, field(w, 4, 0), field(w, 9, 5), field(w, 20, 16), 0, &without_index<R>);
 }
 // 32-bit accumulators: Zm = bits 18-16, index = bits 20-19; 64-bit: Zm = bits 19-16, index = bit 20.
 template <class Acc, AgnosticVVVI R> aarch64_decode_rc dot_index_handler(cpu_state* s, unsigned w) {

@@ -17,7 +17,7 @@ namespace {
 
 template <bool Signed, unsigned Shift>
 void adr_extended_routine(uint8_t* d, const uint8_t* a, const PredV*, const uint8_t* b, CpuContext* c) {
-  agnostic_map2_all<uint64_t>(d, a, b, c, [](uint64_t base, uint64_t off) {
+  agnostic_map2<uint64_t>(d, a, nullptr, b, c, [](uint64_t base, uint64_t off) {
     uint64_t ext = Signed ? uint64_t(int64_t(int32_t(uint32_t(off)))) : uint64_t(uint32_t(off));
     return base + (ext << Shift);
   });
