@@ -126,7 +126,7 @@ template <AgnosticWhile R> aarch64_decode_rc whilele_handler(cpu_state* s, unsig
   PredV d;
   R(&d, read_reg(s, aarch64_i_reg{uint8_t(field(w, 9, 5))}), read_reg(s, aarch64_i_reg{uint8_t(field(w, 20, 16))}),
     &c);
-  unpack_lanes(d, s->p[field(w, 3, 0)]);
+  unpack_pred(d, s->p[field(w, 3, 0)]);
   finish_context(s, c);
   return DECODE_OK;
 }

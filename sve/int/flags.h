@@ -17,25 +17,6 @@ struct NzcFlags {
   bool n, z, c;
 };
 
-// Over `elems` elements: active(i) is the governing bit, first(i) the tested
-// element's lowest bit (for N and C), any(i) whether it counts as true for Z.
-template <class Active, class First, class Any>
-inline NzcFlags predicate_test(int elems, Active active, First first, Any any) {
-  NzcFlags f{false, true, true};
-  int first_active = -1, last_active = -1;
-  for (int i = 0; i < elems; ++i) {
-    if (!active(i)) continue;
-    if (first_active < 0) first_active = i;
-    last_active = i;
-    if (any(i)) f.z = false;
-  }
-  if (first_active >= 0) {
-    f.n = first(first_active);
-    f.c = !first(last_active);
-  }
-  return f;
-}
-
 // nzcv with N, Z, C replaced and V cleared; the other bits are kept.
 inline uint64_t with_nzcv(uint64_t nzcv, NzcFlags f, bool v = false) {
   return (nzcv & ~uint64_t(0xF0000000u)) | (uint64_t(f.n) << 31) | (uint64_t(f.z) << 30) | (uint64_t(f.c) << 29) |

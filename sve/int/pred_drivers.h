@@ -87,15 +87,11 @@ inline const uint8_t* all_true_lanes(int esize) {
 
 // ---- packed maps ----
 
-// Packing goes through the route's eight-lanes-at-a-time helpers.
-inline PredV pack_lanes(const uint8_t* lanes) { return pack_pred(lanes); }
-inline void unpack_lanes(const PredV& p, uint8_t* lanes) { unpack_pred(p, lanes); }
-
 // Flags (bits 31-28 only), status and FFR back into the state.
 inline void finish_context(cpu_state* s, const CpuContext& c) {
   s->nzcv = (s->nzcv & ~uint64_t(0xF0000000u)) | (c.flags & 0xF0000000u);
   s->fpsr = c.fpsr;
-  unpack_lanes(c.ffr, s->ffr);
+  unpack_pred(c.ffr, s->ffr);
 }
 
 // Element e of E bits of a map.
@@ -109,11 +105,11 @@ using AgnosticPPPP = void (*)(PredV* d, const PredV* g, const PredV* n, const Pr
 inline aarch64_decode_rc run_agnostic_pppp(cpu_state* s, unsigned pd, int pg, int pn, int pm, AgnosticPPPP r) {
   CpuContext c = make_context(s);
   PredV g{}, n{}, m{}, d{};
-  if (pg >= 0) g = pack_lanes(s->p[pg]);
-  if (pn >= 0) n = pack_lanes(s->p[pn]);
-  if (pm >= 0) m = pack_lanes(s->p[pm]);
+  if (pg >= 0) g = pack_pred(s->p[pg]);
+  if (pn >= 0) n = pack_pred(s->p[pn]);
+  if (pm >= 0) m = pack_pred(s->p[pm]);
   r(&d, &g, &n, &m, &c);
-  unpack_lanes(d, s->p[pd]);
+  unpack_pred(d, s->p[pd]);
   finish_context(s, c);
   return DECODE_OK;
 }

@@ -44,7 +44,7 @@ template <PTruesRoutine R> aarch64_decode_rc ptrues_handler(cpu_state* s, unsign
   CpuContext c = make_context(s);
   PredV d;
   R(&d, int(field(w, 9, 5)), &c);
-  unpack_lanes(d, s->p[field(w, 3, 0)]);
+  unpack_pred(d, s->p[field(w, 3, 0)]);
   finish_context(s, c);
   return DECODE_OK;
 }

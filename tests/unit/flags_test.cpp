@@ -8,6 +8,27 @@
 #include "test_support.h"
 
 namespace {
+
+// The element-by-element rule that the word-wise tests must agree with.
+// Over `elems` elements: active(i) is the governing bit, first(i) the tested
+// element's lowest bit (for N and C), any(i) whether it counts as true for Z.
+template <class Active, class First, class Any>
+sve::NzcFlags predicate_test(int elems, Active active, First first, Any any) {
+  sve::NzcFlags f{false, true, true};
+  int first_active = -1, last_active = -1;
+  for (int i = 0; i < elems; ++i) {
+    if (!active(i)) continue;
+    if (first_active < 0) first_active = i;
+    last_active = i;
+    if (any(i)) f.z = false;
+  }
+  if (first_active >= 0) {
+    f.n = first(first_active);
+    f.c = !first(last_active);
+  }
+  return f;
+}
+
 using namespace test_support;
 using namespace sve;
 
