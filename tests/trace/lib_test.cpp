@@ -164,28 +164,6 @@ TEST(TraceLib, ExitDuringTracingKeepsAPrefixPerThread) {
   }
 }
 
-// A thread's records reach the file when it ends, through sve_thread_exit or
-// without it, with no sve_exit at all.
-TEST(TraceLib, ThreadEndFlushesWithoutExit) {
-  ScratchDir dir;
-  const std::string path = dir / "end.bin";
-  int rc = run_in_child([&] {
-    setenv("SVE_TRACE_FILE", path.c_str(), 1);
-    std::thread a([] {
-      trace_run(1, 0, 100);
-      sve_thread_exit();
-    });
-    std::thread b([] { trace_run(2, 0, 5000); });
-    a.join();
-    b.join();
-    return 0;
-  });
-  ASSERT_EQ(rc, 0);
-  std::map<uint32_t, uint64_t> per_thread = check_records(read_ok(path));
-  EXPECT_EQ(per_thread[1], 100u);
-  EXPECT_EQ(per_thread[2], 5000u);
-}
-
 // Counting, thread starts and exits, init and exit without a record: no file.
 TEST(TraceLib, NoRecordNoFile) {
   ScratchDir dir;
@@ -248,52 +226,6 @@ TEST(TraceLib, HeaderAndDefaultName) {
     want.reserved = 0;
     EXPECT_EQ(memcmp(&want, &f.records[1 + s], 48), 0) << "record " << s;
   }
-}
-
-// Every %p of SVE_TRACE_FILE becomes the pid; sve_init is refused once the
-// file exists.
-TEST(TraceLib, TraceFileNameExpandsPid) {
-  ScratchDir dir;
-  pid_t child = 0;
-  int rc = run_in_child(
-      [&] {
-        setenv("SVE_TRACE_FILE", (dir / "t.%p.x%p.bin").c_str(), 1);
-        trace_run(1, 0, 4096);  // one full buffer: the file is created
-        if (sve_init(nullptr, "late")) return 10;
-        sve_exit();
-        return 0;
-      },
-      &child);
-  ASSERT_EQ(rc, 0);
-  const std::string pid = std::to_string(child);
-  ASSERT_EQ(dir.files(), std::vector<std::string>{"t." + pid + ".x" + pid + ".bin"});
-  trace_file f = read_ok(dir / dir.files()[0]);
-  EXPECT_EQ(f.header.pid, uint64_t(child));
-  EXPECT_EQ(check_records(f)[1], 4096u);
-}
-
-// A file that cannot be created: one line on stderr, records dropped, the
-// application runs on.
-TEST(TraceLib, OpenFailureIsToldOnce) {
-  ScratchDir dir;
-  const std::string path = dir / "missing/t.bin";
-  int rc = run_in_child([&] {
-    setenv("SVE_TRACE_FILE", path.c_str(), 1);
-    int err = open((dir / "stderr.txt").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    dup2(err, 2);
-    std::thread a([] { trace_run(1, 0, 3 * 4096 + 5); });
-    std::thread b([] { trace_run(2, 0, 3 * 4096 + 5); });
-    a.join();
-    b.join();
-    sve_exit();
-    return 0;
-  });
-  ASSERT_EQ(rc, 0);
-  std::string err;
-  std::ifstream in(dir / "stderr.txt");
-  std::getline(in, err, '\0');
-  EXPECT_EQ(err, "sve trace: cannot open " + path + ": " + strerror(ENOENT) + "\n");
-  EXPECT_EQ(dir.files(), std::vector<std::string>{"stderr.txt"});
 }
 
 // A forked child starts a file of its own and leaves the parent's records to

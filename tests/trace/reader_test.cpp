@@ -6,7 +6,6 @@
 #include <random>
 #include <set>
 
-#include "tests/trace/reader_cmd.h"
 #include "tests/trace/trace_test_util.h"
 #include "trace/memtrace_sve_utils.h"
 #include "trace/trace_file.h"
@@ -38,13 +37,6 @@ std::vector<uint8_t> image(const std::vector<sve_mem_ref_t>& records, const std:
 }
 
 bool one_line(const std::string& s) { return !s.empty() && s.find('\n') == std::string::npos; }
-
-void write_file(const std::string& path, const std::vector<uint8_t>& bytes) {
-  FILE* f = fopen(path.c_str(), "wb");
-  ASSERT_NE(f, nullptr);
-  fwrite(bytes.data(), 1, bytes.size(), f);
-  fclose(f);
-}
 
 // Every prefix of a valid file: a truncated header up to the records, then
 // whole records or a partial one, the whole records always read back.
@@ -146,93 +138,6 @@ TEST(TraceReader, SummaryAccountsForEveryRecord) {
   for (auto& [pc, n] : pcs) {
     if (!top.count(pc)) {
       EXPECT_LE(n, s.top_pcs.back().second) << std::hex << pc;
-    }
-  }
-}
-
-std::vector<std::string> reader(std::initializer_list<std::string> args) {
-  std::vector<std::string> argv = {SVE_TRACE_READER_ARGV};
-  argv.insert(argv.end(), args);
-  return argv;
-}
-
-// Two threads, a region of interest, reads and writes at three instructions.
-std::vector<sve_mem_ref_t> known_records() {
-  return {
-      marker(1, MEMREF_ROI_START),
-      rec(2, 0x11, MEMACCESS_READ, 16, 0x1000, 0x400100, MEMREF_FIRST | MEMREF_GROUP),
-      rec(3, 0x11, MEMACCESS_READ, 16, 0x1010, 0x400100, MEMREF_GROUP | MEMREF_LAST),
-      rec(4, 0x22, MEMACCESS_WRITE, 112, 0x2000, 0x400200),
-      rec(5, 0x11, MEMACCESS_READ, 8, 0x3000, 0x400300),
-      marker(6, MEMREF_ROI_STOP),
-  };
-}
-
-TEST(TraceReader, CommandSummarisesAKnownFile) {
-  ScratchDir dir;
-  write_file(dir / "known.bin", image(known_records()));
-  std::string out, err;
-  ASSERT_EQ(run_command(reader({"--summary", dir / "known.bin"}), out, err, dir.path), 0) << err;
-  EXPECT_EQ(err, "");
-  EXPECT_EQ(out,
-            "program  prog\n"
-            "pid      4242\n"
-            "version  1\n"
-            "vector   112 bytes\n"
-            "records  6\n"
-            "\n"
-            "threads  2\n"
-            "  0x00000011  3 records\n"
-            "  0x00000022  1 records\n"
-            "\n"
-            "reads    3 records  40 bytes\n"
-            "writes   1 records  112 bytes\n"
-            "markers  2 (1 start, 1 stop)\n"
-            "\n"
-            "top instructions\n"
-            "  0x0000000000400100  2 records\n"
-            "  0x0000000000400200  1 records\n"
-            "  0x0000000000400300  1 records\n");
-}
-
-TEST(TraceReader, CommandListsEveryRecord) {
-  ScratchDir dir;
-  write_file(dir / "known.bin", image(known_records()));
-  std::string out, err;
-  ASSERT_EQ(run_command(reader({dir / "known.bin"}), out, err, dir.path), 0) << err;
-  std::vector<std::string> lines = lines_of(out);
-  ASSERT_EQ(lines.size(), 5u + 1 + 1 + 6);  // header, blank, column titles, records
-  EXPECT_EQ(lines[7], "1            ROI START");
-  EXPECT_EQ(lines[8], "2            0x00000011 R    16     0x0000000000001000 0x0000000000400100 FIRST|GROUP");
-  EXPECT_EQ(lines[10], "4            0x00000022 W    112    0x0000000000002000 0x0000000000400200 -");
-  EXPECT_EQ(lines[12], "6            ROI STOP");
-}
-
-TEST(TraceReader, CommandRejectsBadUsageAndBadFiles) {
-  ScratchDir dir;
-  std::vector<uint8_t> cut = image(known_records());
-  cut.resize(cut.size() - 5);
-  write_file(dir / "cut.bin", cut);
-  write_file(dir / "other.bin", std::vector<uint8_t>(100, 'x'));
-  struct Case {
-    std::vector<std::string> argv;
-    int status;
-    const char* text;
-  } cases[] = {
-      {reader({}), 1, "usage: sve-trace"},
-      {reader({"--bogus", dir / "cut.bin"}), 1, "unknown option --bogus"},
-      {reader({dir / "cut.bin", dir / "cut.bin"}), 1, "more than one file"},
-      {reader({dir / "missing.bin"}), 2, "cannot open"},
-      {reader({"--summary", dir / "cut.bin"}), 2, "partial record"},
-      {reader({dir / "other.bin"}), 2, "bad magic"},
-  };
-  for (const Case& c : cases) {
-    std::string out, err;
-    EXPECT_EQ(run_command(c.argv, out, err, dir.path), c.status) << c.argv.back();
-    EXPECT_EQ(out, "") << c.argv.back();
-    EXPECT_NE(err.find(c.text), std::string::npos) << c.argv.back() << ": " << err;
-    if (c.status == 2) {
-      EXPECT_EQ(lines_of(err).size(), 1u) << err;
     }
   }
 }

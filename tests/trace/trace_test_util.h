@@ -56,43 +56,4 @@ template <class Fn> int run_in_child(Fn fn, pid_t* child_pid = nullptr) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-// Runs argv with stdout and stderr captured; returns the exit status or -1.
-inline int run_command(const std::vector<std::string>& argv, std::string& out, std::string& err,
-                       const std::string& scratch) {
-  std::string out_path = scratch + "/cmd.out", err_path = scratch + "/cmd.err";
-  fflush(nullptr);
-  pid_t pid = fork();
-  if (pid == 0) {
-    int o = open(out_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    int e = open(err_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    dup2(o, 1);
-    dup2(e, 2);
-    std::vector<char*> args;
-    for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
-    args.push_back(nullptr);
-    execvp(args[0], args.data());
-    _exit(127);
-  }
-  int status = 0;
-  bool ok = pid > 0 && waitpid(pid, &status, 0) == pid;
-  auto slurp = [](const std::string& p) {
-    std::ifstream f(p);
-    std::stringstream s;
-    s << f.rdbuf();
-    return s.str();
-  };
-  out = slurp(out_path);
-  err = slurp(err_path);
-  unlink(out_path.c_str());
-  unlink(err_path.c_str());
-  return ok && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-inline std::vector<std::string> lines_of(const std::string& text) {
-  std::vector<std::string> out;
-  std::stringstream s(text);
-  for (std::string l; std::getline(s, l);) out.push_back(l);
-  return out;
-}
-
 }  // namespace tracetest

@@ -38,36 +38,6 @@ struct Lanes {
 
 unsigned flags_of(const cpu_state& s) { return unsigned(s.nzcv >> 28); }
 
-TEST(PredicateTest, AllFalseGoverningGivesZAndC) {
-  cpu_state s{};
-  s.nzcv = 0xF000000Fu;
-  Lanes g, t;
-  std::memset(t.b, 1, sizeof t.b);
-  sve_ptest<signed char>(&s, g.b, t.b);
-  EXPECT_EQ(flags_of(s), Z | C);
-  EXPECT_EQ(s.nzcv & 0x0FFFFFFFu, 0xFu);  // other bits kept
-}
-
-TEST(PredicateTest, AllTrueGivesNOnly) {
-  cpu_state s{};
-  Lanes g, t;
-  std::memset(g.b, 1, sizeof g.b);
-  std::memset(t.b, 1, sizeof t.b);
-  sve_ptest<unsigned char>(&s, g.b, t.b);
-  EXPECT_EQ(flags_of(s), N);
-}
-
-TEST(PredicateTest, WideElementsLookOnlyAtTheirLowestLane) {
-  cpu_state s{};
-  Lanes g, t;
-  for (int k = 0; k < SVE_VL_BYTES; k += 4) g.b[k] = 1;
-  for (int k = 0; k < SVE_VL_BYTES; ++k) t.b[k] = (k % 4) != 0;  // true only in non-lowest lanes
-  sve_ptest<int>(&s, g.b, t.b);
-  EXPECT_EQ(flags_of(s), Z | C);
-  sve_ptest<signed char>(&s, g.b, t.b);  // at byte width the same lanes are false where governed
-  EXPECT_EQ(flags_of(s), Z | C);
-}
-
 // The packed form agrees with the fixed-length one on predicates whose
 // elements have only their lowest bit set, and differs in Z when a
 // non-lowest bit of an active element is set.
@@ -149,20 +119,6 @@ TEST(PredicateTest, SetNzcKeepsVAndTheVariantsKeepZ) {
   EXPECT_EQ(c.flags, 0x20000000u);  // Z untouched
   c.vl = 0;  // no element at all
   EXPECT_EQ(FindFirstActive(none, 8, &c), -1);
-}
-
-TEST(PredicateTest, FindActiveElements) {
-  CpuContext c{};
-  c.vl = 14;
-  PredV p{};
-  p.set(8, true);
-  p.set(40, true);
-  p.set(41, true);
-  EXPECT_EQ(FindFirstActive(p, 8, &c), 8);
-  EXPECT_EQ(FindLastActive(p, 8, &c), 41);
-  EXPECT_EQ(FindFirstActive(p, 64, &c), 1);
-  EXPECT_EQ(FindLastActive(p, 64, &c), 5);
-  EXPECT_EQ(FindLastActive(p, 16, &c), 20);
 }
 
 }  // namespace

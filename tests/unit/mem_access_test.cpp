@@ -113,32 +113,23 @@ const char kBusMessage[] =
     "zorix's SVESigHandler caught signal SIGBUS from the process being emulated, passing it to the default "
     "signal handler.";
 
+// A plain load (LD1W, one active element) and a guarded one (LD1RQB, whose
+// length-agnostic route reads under the recovery region): both faults are
+// the application's own.
 TEST(FaultDeathTest, LoadFromUnmappedMemoryEndsWithTheMessageAndSigsegv) {
   Pages pages(1);
   pages.protect(0, PROT_NONE);
-  EXPECT_EXIT(
-      {
-        SVEInitialize();
-        cpu_state s = blank_state();
-        s.x[2] = reinterpret_cast<uint64_t>(pages.page(0));
-        set_pred(s, 0, 4, [](int i) { return i == 5; });
-        run(s, encode("VecU32CLoad4SIZ", {{'t', 0}, {'g', 0}, {'n', 2}, {'i', 0}}));
-      },
-      ::testing::KilledBySignal(SIGSEGV), kSegvMessage);
-}
-
-TEST(FaultDeathTest, GuardedLoadOfUnmappedMemoryIsStillTheApplicationsFault) {
-  Pages pages(1);
-  pages.protect(0, PROT_NONE);
-  EXPECT_EXIT(
-      {
-        SVEInitialize();
-        cpu_state s = blank_state();
-        s.x[2] = reinterpret_cast<uint64_t>(pages.page(0));
-        set_pred(s, 0, 1, [](int) { return true; });
-        run(s, encode("VecU8LoadDup1QSIZ", {{'t', 0}, {'g', 0}, {'n', 2}, {'i', 0}}));
-      },
-      ::testing::KilledBySignal(SIGSEGV), kSegvMessage);
+  for (const char* name : {"VecU32CLoad4SIZ", "VecU8LoadDup1QSIZ"})
+    EXPECT_EXIT(
+        {
+          SVEInitialize();
+          cpu_state s = blank_state();
+          s.x[2] = reinterpret_cast<uint64_t>(pages.page(0));
+          set_pred(s, 0, 1, [](int i) { return i == 4; });  // LD1W element 1, LD1RQB byte 4
+          run(s, encode(name, {{'t', 0}, {'g', 0}, {'n', 2}, {'i', 0}}));
+        },
+        ::testing::KilledBySignal(SIGSEGV), kSegvMessage)
+        << name;
 }
 
 TEST(FaultDeathTest, BusErrorEndsWithTheMessageAndSigbus) {
