@@ -1,6 +1,6 @@
 // Runs one instruction word on the reference CPU: loads every register from
-// g_ref, executes the word patched into sve_ref_slot, stores every register
-// back. The host's stack pointer, TPIDR_EL0 and FPCR are kept in g_ref.
+// g_ref, branches to the word patched into sve_ref_slot, which branches
+// back, and stores every register. The host's stack pointer, TPIDR_EL0 and FPCR are kept in g_ref.
         .arch armv8.2-a+sve
         .text
         .p2align 12
@@ -60,9 +60,8 @@ sve_ref_run:
         ldp     x26, x27, [x30, #208]
         ldp     x28, x29, [x30, #224]
         ldr     x30, [x30, #240]
-        .globl sve_ref_slot
-sve_ref_slot:
-        nop
+        b       sve_ref_slot
+sve_ref_back:
         msr     tpidr_el0, x30
         adrp    x30, g_ref
         add     x30, x30, :lo12:g_ref
@@ -119,5 +118,13 @@ sve_ref_slot:
         ldp     x29, x30, [sp], #160
         ret
         .size sve_ref_run, . - sve_ref_run
+
+// The word sits alone on its own page: patching it makes the reference
+// translate two instructions again, not the whole stub.
+        .p2align 12
+        .globl sve_ref_slot
+sve_ref_slot:
+        nop
+        b       sve_ref_back
         .p2align 12
         .section .note.GNU-stack,"",%progbits
