@@ -12,6 +12,9 @@
 #if defined(__x86_64__)
 #include <immintrin.h>
 #endif
+#include <cstdio>
+#include <cstdlib>
+#include <algorithm>
 #include <cstring>
 #include <random>
 #include <vector>
@@ -37,23 +40,38 @@ void per_op(benchmark::State& state) {
 
 enum Kind { kAdd, kMul, kFma, kDiv, kSqrt };
 
+// The library over the first n operands.
+template <class T, Kind K>
+uint32_t library_pass(const std::vector<T>& a, const std::vector<T>& b, const std::vector<T>& c, uint32_t fpsr,
+                      size_t n = kN) {
+  uint32_t fpcr = 0;
+  for (size_t i = 0; i < n; ++i) {
+    FPSCR s = fpscr_from_fpcr(fpcr);
+    T r = K == kAdd   ? FPAdd(a[i], b[i], s)
+          : K == kMul ? FPMul(a[i], b[i], s)
+          : K == kFma ? FPMulAdd(c[i], a[i], b[i], s)
+          : K == kDiv ? FPDiv(a[i], b[i], s)
+                      : FPSqrt(a[i], s);
+    fpsr = fpsr_accumulate(fpsr, s);
+    benchmark::DoNotOptimize(r);
+  }
+  return fpsr;
+}
+
 template <class T, Kind K> void BM_Library(benchmark::State& state) {
   std::vector<T> a = operands<T>(1), b = operands<T>(2), c = operands<T>(3);
-  uint32_t fpcr = 0, fpsr = 0;
-  for (auto _ : state) {
-    for (size_t i = 0; i < kN; ++i) {
-      FPSCR s = fpscr_from_fpcr(fpcr);
-      T r = K == kAdd   ? FPAdd(a[i], b[i], s)
-            : K == kMul ? FPMul(a[i], b[i], s)
-            : K == kFma ? FPMulAdd(c[i], a[i], b[i], s)
-            : K == kDiv ? FPDiv(a[i], b[i], s)
-                        : FPSqrt(a[i], s);
-      fpsr = fpsr_accumulate(fpsr, s);
-      benchmark::DoNotOptimize(r);
-    }
-  }
+  uint32_t fpsr = 0;
+  for (auto _ : state) fpsr = library_pass<T, K>(a, b, c, fpsr);
   benchmark::DoNotOptimize(fpsr);
   per_op(state);
+}
+
+// --repeat: n operations of one library case, for instruction counts under callgrind.
+template <class T, Kind K> void repeat_library(long n) {
+  std::vector<T> a = operands<T>(1), b = operands<T>(2), c = operands<T>(3);
+  uint32_t fpsr = 0;
+  for (long done = 0; done < n; done += long(kN)) fpsr = library_pass<T, K>(a, b, c, fpsr, size_t(std::min<long>(n - done, long(kN))));
+  benchmark::DoNotOptimize(fpsr);
 }
 
 template <class F, class T> std::vector<F> as_host(const std::vector<T>& bits) {
@@ -124,5 +142,36 @@ BENCHMARK(BM_HardwareHalf<kDiv>)->Name("half/kDiv/hardware");
 BENCHMARK(BM_HardwareHalf<kSqrt>)->Name("half/kSqrt/hardware");
 #endif
 
+struct RepeatCase {
+  const char* name;
+  void (*run)(long);
+};
+#define SVE_REPEAT_KIND(K)                                                                        \
+  {"half/" #K, repeat_library<unsigned short, K>}, {"single/" #K, repeat_library<unsigned int, K>}, \
+      {"double/" #K, repeat_library<unsigned long, K>},
+const RepeatCase kRepeatCases[] = {SVE_REPEAT_KIND(kAdd) SVE_REPEAT_KIND(kMul) SVE_REPEAT_KIND(kFma)
+                                       SVE_REPEAT_KIND(kDiv) SVE_REPEAT_KIND(kSqrt)};
+
 }  // namespace
-BENCHMARK_MAIN();
+
+// fp_bench [Google Benchmark options] | --repeat CASE N (N operations of CASE,
+// named as half/kAdd, for bench/instr_table.sh) | --labels
+int main(int argc, char** argv) {
+  if (argc == 2 && std::strcmp(argv[1], "--labels") == 0) {
+    for (const RepeatCase& c : kRepeatCases) std::printf("%s\n", c.name);
+    return 0;
+  }
+  if (argc == 4 && std::strcmp(argv[1], "--repeat") == 0) {
+    for (const RepeatCase& c : kRepeatCases)
+      if (std::strcmp(c.name, argv[2]) == 0) {
+        c.run(std::atol(argv[3]));
+        return 0;
+      }
+    std::fprintf(stderr, "fp_bench: no case %s\n", argv[2]);
+    return 2;
+  }
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return 0;
+}

@@ -160,6 +160,14 @@ template <class W> constexpr W fp_shr_sticky(W x, int n) {
   return W((x >> n) | W((x & ((W(1) << n) - 1)) != 0));
 }
 
+// x >> n for n >= 0, with every bit shifted out ORed into bit 0 (x below
+// 2^(width-1)).
+template <class W> constexpr W fp_shr_sticky_nonneg(W x, int n) {
+  n = n < fp_width<W> - 1 ? n : fp_width<W> - 1;
+  W r = W(x >> n);
+  return W(r | W(W(r << n) != x));
+}
+
 // From x with its leading one at the top bit, the fraction left-justified in
 // T with the leading one removed and every lost bit ORed into bit 0: the
 // mantissa argument of the rounding step.

@@ -55,9 +55,13 @@ constexpr int FLAG_IDC = 128;
 // AHP is left out on purpose: arithmetic never uses the alternative format.
 constexpr int fp_mode(FPSCR s) { return int((s >> 22) & 15) | int((s >> 19) & 1) << 5; }
 
+// Marks the lambdas of the inline entry points, which the compiler would
+// otherwise keep out of line once the fast path is inlined into them.
+#define SVE_FP_INLINE __attribute__((always_inline))
+
 // The pseudocode's entry points over an FPSCR: op(mode, &flags) runs under
 // the word's mode and its exception flags accumulate into the word.
-template <class Op> inline auto with_fpscr(FPSCR& fpscr, Op op) {
+template <class Op> [[gnu::always_inline]] inline auto with_fpscr(FPSCR& fpscr, Op op) {
   int flags = 0;
   auto r = op(fp_mode(fpscr), &flags);
   fpscr |= FPSCR(flags);

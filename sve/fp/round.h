@@ -38,12 +38,41 @@ unsigned short fp16_round_(int sign, int exp, unsigned short frac, int rm, int m
 unsigned int fp32_round_(int sign, int exp, unsigned int frac, int rm, int mode, int* flags);
 unsigned long fp64_round_(int sign, int exp, unsigned long frac, int rm, int mode, int* flags);
 
+// The rounding step on a value whose leading one is at bit 63 of n (every
+// lost bit already ORed into bit 0): normal results round in 64-bit
+// arithmetic, with no folding into the carrier first.
+template <class T> inline T fp_round64(int sign, int exp, uint64_t n, int rm, int mode, int* flags) {
+  constexpr int R = 63 - fp_F<T>;  // bits below the kept fraction
+  if (exp < 1 || exp >= fp_emax<T> || (fp_N<T> == 16 && (mode & MODE_AHP)))
+    return fp_round_slow(sign, exp, fp_fraction_of<T>(n), rm, mode, flags);
+  uint64_t low = n & ((uint64_t(1) << R) - 1), half = uint64_t(1) << (R - 1);
+  // The leading one is added into the exponent field, which holds exp - 1.
+  T packed = T(fp_pack<T>(sign, exp - 1, 0) + T(n >> R));
+  bool inexact = low != 0;
+  T up;
+  if (rm == 0) [[likely]]
+    up = T((low + half - 1 + (packed & 1)) >> R);  // above half, or half and odd
+  else
+    up = T(inexact && ((rm == 1 && !sign) || (rm == 2 && sign)));
+  packed = T(packed + up);
+  if (rm == 5) packed = T(packed | T(inexact));
+  if (inexact) *flags |= FLAG_IXC;
+  if (fp_exp(packed) == fp_emax<T>) *flags |= FLAG_OFC | FLAG_IXC;
+  return packed;
+}
+
 // Normalises a non-zero wide value x whose value is x * 2^scale_exp (scale_exp
 // counted as a biased exponent of bit 0) and rounds it.
 template <class T, class W>
 inline T fp_round_wide(int sign, int scale_exp, W x, int rm, int mode, int* flags) {
   int lz = fp_clz(x);
-  return fp_round<T>(sign, scale_exp + fp_width<W> - 1 - lz, fp_fraction_of<T>(W(x << lz)), rm, mode, flags);
+  W n = W(x << lz);
+  uint64_t top;
+  if constexpr (fp_width<W> > 64)
+    top = uint64_t(n >> 64) | uint64_t(uint64_t(n) != 0);
+  else
+    top = uint64_t(n) << (64 - fp_width<W>);
+  return fp_round64<T>(sign, scale_exp + fp_width<W> - 1 - lz, top, rm, mode, flags);
 }
 
 }  // namespace sve

@@ -3,7 +3,7 @@
 // before and read after, and the result bits and cumulative flags must match.
 //
 //   fp_reference [--cases N] [--seed S] [--filter SUBSTR] [--half-settings K]
-//                [--reports N] [--list]
+//                [--reports N] [--shard K/N] [--list]
 //
 // Random operations take N cases each (default 100000). One-operand half
 // operations run over all 65536 inputs under K FPCR settings (default all 32:
@@ -30,6 +30,7 @@ struct Options {
   int half_settings = 32;
   int reports = 5;
   bool list = false;
+  int shard = 0, shards = 1;  // run only operations whose index % shards == shard
 };
 
 Options parse(int argc, char** argv) {
@@ -43,6 +44,13 @@ Options parse(int argc, char** argv) {
     else if (a == "--half-settings") o.half_settings = std::atoi(value());
     else if (a == "--reports") o.reports = std::atoi(value());
     else if (a == "--list") o.list = true;
+    else if (a == "--shard") {
+      if (std::sscanf(value(), "%d/%d", &o.shard, &o.shards) != 2 || o.shards < 1 || o.shard < 0 ||
+          o.shard >= o.shards) {
+        std::fprintf(stderr, "fp_reference: --shard takes K/N with 0 <= K < N\n");
+        std::exit(2);
+      }
+    }
     else {
       std::fprintf(stderr, "unknown option %s\n", a.c_str());
       std::exit(2);
@@ -138,8 +146,10 @@ int main(int argc, char** argv) {
   Options o = parse(argc, argv);
   std::vector<Op> ops = catalogue();
   uint64_t total_mismatches = 0, total_cases = 0;
+  int index = -1;
   for (Op& op : ops) {
     if (!o.filter.empty() && op.name.find(o.filter) == std::string::npos) continue;
+    if (++index % o.shards != o.shard) continue;
     if (o.list) {
       std::printf("%s\n", op.name.c_str());
       continue;
