@@ -14,10 +14,12 @@ namespace sve {
 template <class T, class W>
 [[gnu::always_inline]] inline T fp_add_terms(W p, int ep, int ps, W q, int eq, int qs, int exp0, int mode,
                                              int* flags) {
-  bool swap = eq > ep;
-  W x = fp_select(swap, p, q), y = fp_select(swap, q, p);
-  int exp = fp_select(swap, ep, eq), sign = fp_select(swap, ps, qs);
-  y = fp_shr_sticky(y, exp - fp_select(swap, eq, ep));
+  // Arithmetic rather than selections: the compiler turns those into a
+  // branch on the order of the terms, which is data-dependent.
+  int d = ep - eq, neg = d >> 31;  // neg: all ones when the addend term is larger
+  W x = fp_select(neg != 0, p, q), y = fp_select(neg != 0, q, p);
+  int exp = ep - (d & neg), sign = ps ^ ((ps ^ qs) & neg);
+  y = fp_shr_sticky_nonneg(y, (d ^ neg) - neg);
   W sum;
   if (qs == ps) {
     sum = x + y;
