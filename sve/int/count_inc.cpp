@@ -128,7 +128,7 @@ template <int Bits> aarch64_decode_rc uqdecb_handler(cpu_state* s, unsigned w) {
 }
 template <AgnosticCount R, bool ReadsX> aarch64_decode_rc count_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  CpuContext c = make_context(s);
+  CpuContext c = pred_context(s);
   uint64_t x = ReadsX ? read_reg(s, rd(w)) : 0;
   R(&x, pat(w), mul(w), &c);
   write_reg(s, rd(w), x);

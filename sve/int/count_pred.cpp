@@ -84,7 +84,7 @@ template <class T> aarch64_decode_rc incp_handler(cpu_state* s, unsigned w) {
 }
 template <AgnosticPCount R> aarch64_decode_rc r_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  CpuContext c = make_context(s);
+  CpuContext c = pred_context(s);
   PredV pm = pack_pred(s->p[field(w, 8, 5)]);
   uint64_t x = read_reg(s, rd(w));
   R(&x, &pm, &c);

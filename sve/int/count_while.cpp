@@ -122,12 +122,12 @@ template <class T, WhileExec X, int Bits> aarch64_decode_rc while_handler(cpu_st
 }
 template <AgnosticWhile R> aarch64_decode_rc whilele_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  CpuContext c = make_context(s);
+  CpuContext c = pred_context(s);
   PredV d;
   R(&d, read_reg(s, aarch64_i_reg{uint8_t(field(w, 9, 5))}), read_reg(s, aarch64_i_reg{uint8_t(field(w, 20, 16))}),
     &c);
   unpack_pred(d, s->p[field(w, 3, 0)]);
-  finish_context(s, c);
+  finish_pred_context(s, c);
   return DECODE_OK;
 }
 

@@ -4,6 +4,7 @@
 // length; the others run length agnostic.
 #include "sve/decode/routes.h"
 #include "sve/int/flags.h"
+#include "sve/int/pred_drivers.h"
 
 namespace sve {
 namespace {
@@ -120,7 +121,7 @@ template <class T> aarch64_decode_rc clastb_r_handler(cpu_state* s, unsigned w) 
 template <class T, bool ToSimd, AgnosticScalar R> aarch64_decode_rc scalar_handler(cpu_state* s, unsigned w) {
   s->insn = w;
   unsigned d = field(w, 4, 0);
-  CpuContext c = make_context(s);
+  CpuContext c = pred_context(s);
   VecImage z = load_image(s, field(w, 9, 5));
   PredV pg = pack_pred(s->p[field(w, 12, 10)]);
   uint64_t v = ToSimd ? uint64_t(elem<T>(s->z[d], 0)) : read_reg(s, aarch64_i_reg{uint8_t(d)});

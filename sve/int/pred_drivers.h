@@ -87,30 +87,42 @@ inline const uint8_t* all_true_lanes(int esize) {
 
 // ---- packed maps ----
 
-// Flags (bits 31-28 only), status and FFR back into the state.
-inline void finish_context(cpu_state* s, const CpuContext& c) {
-  s->nzcv = (s->nzcv & ~uint64_t(0xF0000000u)) | (c.flags & 0xF0000000u);
-  s->fpsr = c.fpsr;
-  unpack_pred(c.ffr, s->ffr);
-}
-
 // Element e of E bits of a map.
 inline bool pbit(const PredV& p, int e, int ebits) { return p.bit(e * ebits); }
 
 // Routine of a predicate-to-predicate operation on the length-agnostic route.
 using AgnosticPPPP = void (*)(PredV* d, const PredV* g, const PredV* n, const PredV* m, CpuContext* c);
 
+// The context of a routine of these families: flags, status, control and
+// length. Their routines neither read nor write the FFR, so it is left clear
+// here and not written back (packing and unpacking it would double the cost
+// of the cheaper routines).
+inline CpuContext pred_context(const cpu_state* s) {
+  CpuContext c;
+  c.flags = uint32_t(s->nzcv);
+  c.fpsr = s->fpsr;
+  c.fpcr = s->fpcr & FPCR_CONTEXT_MASK;
+  c.vl = SVE_VL_BYTES / 8;
+  c.ffr = PredV{};
+  return c;
+}
+// Flags (bits 31-28 only) and status back into the state.
+inline void finish_pred_context(cpu_state* s, const CpuContext& c) {
+  s->nzcv = (s->nzcv & ~uint64_t(0xF0000000u)) | (c.flags & 0xF0000000u);
+  s->fpsr = c.fpsr;
+}
+
 // Packs the predicates the routine reads (a negative number packs none),
 // runs it and unpacks the result into Pd.
 inline aarch64_decode_rc run_agnostic_pppp(cpu_state* s, unsigned pd, int pg, int pn, int pm, AgnosticPPPP r) {
-  CpuContext c = make_context(s);
+  CpuContext c = pred_context(s);
   PredV g{}, n{}, m{}, d{};
   if (pg >= 0) g = pack_pred(s->p[pg]);
   if (pn >= 0) n = pack_pred(s->p[pn]);
   if (pm >= 0) m = pack_pred(s->p[pm]);
   r(&d, &g, &n, &m, &c);
   unpack_pred(d, s->p[pd]);
-  finish_context(s, c);
+  finish_pred_context(s, c);
   return DECODE_OK;
 }
 

@@ -41,11 +41,11 @@ template <class T> aarch64_decode_rc ptrue_handler(cpu_state* s, unsigned w) {
 }
 template <PTruesRoutine R> aarch64_decode_rc ptrues_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  CpuContext c = make_context(s);
+  CpuContext c = pred_context(s);
   PredV d;
   R(&d, int(field(w, 9, 5)), &c);
   unpack_pred(d, s->p[field(w, 3, 0)]);
-  finish_context(s, c);
+  finish_pred_context(s, c);
   return DECODE_OK;
 }
 aarch64_decode_rc pfalse_handler(cpu_state* s, unsigned w) {
