@@ -8,60 +8,38 @@ namespace {
 
 // Every element of d = v.
 template <class T> inline void fill(uint8_t* d, T v) {
+#pragma GCC unroll 16
   for (int i = 0; i < kElems<T>; ++i) set_elem<T>(d, i, v);
 }
 // Active elements = v; inactive keep d (merging) or become 0 (zeroing).
-template <class T> inline void fill_active(uint8_t* d, const uint8_t* pg, T v, bool zeroing) {
+// Built in a temporary, which the compiler knows is apart from the sources.
+template <class T, bool Zeroing> inline void fill_active(uint8_t* d, const uint8_t* pg, T v) {
+  using U = std::make_unsigned_t<T>;
+  alignas(16) uint8_t tmp[SVE_VL_BYTES];
+#pragma GCC unroll 16
   for (int i = 0; i < kElems<T>; ++i) {
-    T m = T(T(0) - T(elem<T>(pg, i) & 1));
-    T old = zeroing ? T(0) : elem<T>(d, i);
-    set_elem<T>(d, i, T((v & m) | (old & T(~m))));
+    U m = LanePred{pg}.mask<T>(i);
+    U old = Zeroing ? U(0) : elem<U>(d, i);
+    set_elem<U>(tmp, i, U((U(v) & m) | (old & U(~m))));
   }
+  std::memcpy(d, tmp, SVE_VL_BYTES);
 }
 
-inline aarch64_decode_rc fill_z(cpu_state* s, aarch64_z_reg zd, uint64_t v) {
-  return by_esize<false>(zd.esize, [&](auto tag) {
-    using T = typename decltype(tag)::type;
-    fill<T>(s->z[zd.num], T(v));
-    return DECODE_OK;
-  });
+// Element `index` of Zn (16-byte quadwords when esize is 4) in every element
+// of Zd; all zeros when the element lies past the vector.
+template <class T> inline void dup_element(uint8_t* d, const uint8_t* n, unsigned index) {
+  fill<T>(d, index < unsigned(kElems<T>) ? elem<T>(n, int(index)) : T(0));
 }
-inline aarch64_decode_rc fill_active_z(cpu_state* s, aarch64_z_reg zd, aarch64_p_reg pg, uint64_t v) {
-  return by_esize<false>(zd.esize, [&](auto tag) {
-    using T = typename decltype(tag)::type;
-    fill_active<T>(s->z[zd.num], s->p[pg.num], T(v), pg.zeroing);
-    return DECODE_OK;
-  });
+inline void dup_quadword(uint8_t* d, const uint8_t* n, unsigned index) {
+  alignas(16) uint8_t q[16] = {};
+  if (index < unsigned(SVE_VL_BYTES / 16)) std::memcpy(q, n + 16 * index, 16);
+#pragma GCC unroll 8
+  for (int off = 0; off < SVE_VL_BYTES; off += 16) std::memcpy(d + off, q, 16);
 }
 
 }  // namespace
 }  // namespace sve
 
-// Element `index` of Zn (16-byte quadwords when esize is 4) in every element
-// of Zd; all zeros when the element lies past the vector.
-aarch64_decode_rc sve_dup_zzi(cpu_state* s, aarch64_z_reg zd, aarch64_z_reg zn, unsigned index) {
-  int ebytes = 1 << zd.esize;
-  alignas(16) uint8_t element[16] = {};
-  if (index * unsigned(ebytes) < unsigned(SVE_VL_BYTES)) std::memcpy(element, s->z[zn.num] + index * ebytes, ebytes);
-  for (int off = 0; off < SVE_VL_BYTES; off += ebytes) std::memcpy(s->z[zd.num] + off, element, ebytes);
-  return DECODE_OK;
-}
-aarch64_decode_rc sve_dup_zi(cpu_state* s, aarch64_z_reg zd, int64_t imm) { return sve::fill_z(s, zd, uint64_t(imm)); }
-aarch64_decode_rc sve_dup_zr(cpu_state* s, aarch64_z_reg zd, aarch64_i_rsp_reg rn) {
-  return sve::fill_z(s, zd, read_reg(s, rn));
-}
-aarch64_decode_rc sve_cpy_zpi(cpu_state* s, aarch64_z_reg zd, aarch64_p_reg pg, int64_t imm) {
-  return sve::fill_active_z(s, zd, pg, uint64_t(imm));
-}
-aarch64_decode_rc sve_cpy_zpr(cpu_state* s, aarch64_z_reg zd, aarch64_p_reg pg, aarch64_i_rsp_reg rn) {
-  return sve::fill_active_z(s, zd, pg, read_reg(s, rn));
-}
-// The low element of SIMD&FP register Vn (the low bytes of Zn).
-aarch64_decode_rc sve_cpy_zpv(cpu_state* s, aarch64_z_reg zd, aarch64_p_reg pg, unsigned vn) {
-  uint64_t v;
-  std::memcpy(&v, s->z[vn], 8);
-  return sve::fill_active_z(s, zd, pg, v);
-}
 aarch64_decode_rc sve_movprfx_zz(cpu_state* s, aarch64_z_reg zd, aarch64_z_reg zn) {
   std::memmove(s->z[zd.num], s->z[zn.num], SVE_VL_BYTES);
   return DECODE_OK;
@@ -79,31 +57,47 @@ aarch64_decode_rc dup_index_handler(cpu_state* s, unsigned w) {
   s->insn = w;
   unsigned imm7 = (field(w, 23, 22) << 5) | field(w, 20, 16);
   int esize = __builtin_ctz(field(w, 20, 16));
-  return sve_dup_zzi(s, aarch64_z_reg{uint8_t(field(w, 4, 0)), uint8_t(esize)},
-                     aarch64_z_reg{uint8_t(field(w, 9, 5)), uint8_t(esize)}, imm7 >> (esize + 1));
+  unsigned index = imm7 >> (esize + 1);
+  uint8_t* d = s->z[field(w, 4, 0)];
+  const uint8_t* n = s->z[field(w, 9, 5)];
+  switch (esize) {
+    case 0: dup_element<uint8_t>(d, n, index); break;
+    case 1: dup_element<uint16_t>(d, n, index); break;
+    case 2: dup_element<uint32_t>(d, n, index); break;
+    case 3: dup_element<uint64_t>(d, n, index); break;
+    default: dup_quadword(d, n, index); break;
+  }
+  return DECODE_OK;
 }
 template <class T> aarch64_decode_rc dup_imm_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  return sve_dup_zi(s, zreg<T>(field(w, 4, 0)), imm8_shifted(w));
+  fill<T>(s->z[field(w, 4, 0)], T(imm8_shifted(w)));
+  return DECODE_OK;
 }
 // DUP scalar: Zd = bits 4-0, Rn|SP = bits 9-5.
 template <class T> aarch64_decode_rc dup_scalar_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  return sve_dup_zr(s, zreg<T>(field(w, 4, 0)), aarch64_i_rsp_reg{uint8_t(field(w, 9, 5))});
+  fill<T>(s->z[field(w, 4, 0)], T(read_reg(s, aarch64_i_rsp_reg{uint8_t(field(w, 9, 5))})));
+  return DECODE_OK;
 }
 // CPY immediate: Zd = bits 4-0, Pg = bits 19-16.
 template <class T, bool Zeroing> aarch64_decode_rc cpy_imm_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  return sve_cpy_zpi(s, zreg<T>(field(w, 4, 0)), preg<T>(field(w, 19, 16), Zeroing), imm8_shifted(w));
+  fill_active<T, Zeroing>(s->z[field(w, 4, 0)], s->p[field(w, 19, 16)], T(imm8_shifted(w)));
+  return DECODE_OK;
 }
-// CPY scalar: Zd = bits 4-0, Pg = bits 12-10, Rn|SP or Vn = bits 9-5.
+// CPY scalar: Zd = bits 4-0, Pg = bits 12-10, Rn|SP or Vn = bits 9-5 (the
+// low element of SIMD&FP register Vn is the low bytes of Zn).
 template <class T> aarch64_decode_rc cpy_scalar_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  return sve_cpy_zpr(s, zreg<T>(field(w, 4, 0)), preg<T>(field(w, 12, 10)), aarch64_i_rsp_reg{uint8_t(field(w, 9, 5))});
+  T v = T(read_reg(s, aarch64_i_rsp_reg{uint8_t(field(w, 9, 5))}));
+  fill_active<T, false>(s->z[field(w, 4, 0)], s->p[field(w, 12, 10)], v);
+  return DECODE_OK;
 }
 template <class T> aarch64_decode_rc cpy_simd_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  return sve_cpy_zpv(s, zreg<T>(field(w, 4, 0)), preg<T>(field(w, 12, 10)), field(w, 9, 5));
+  fill_active<T, false>(s->z[field(w, 4, 0)], s->p[field(w, 12, 10)], elem<T>(s->z[field(w, 9, 5)], 0));
+  return DECODE_OK;
 }
 aarch64_decode_rc movprfx_handler(cpu_state* s, unsigned w) {
   s->insn = w;

@@ -2,21 +2,26 @@
 #include "sve/decode/routes.h"
 #include "sve/int/perm_arrays.h"
 
-// Zd[i] = Zn[Zm[i]] when the index is below the element count, else 0.
-aarch64_decode_rc sve_tbl_zzz(cpu_state* s, aarch64_z_reg zd, aarch64_z_reg zn, aarch64_z_reg zm) {
-  return sve::by_esize<false>(zd.esize, [&](auto tag) {
-    using T = typename decltype(tag)::type;
-    constexpr int n = sve::kElems<T>;
-    alignas(16) uint8_t tmp[SVE_VL_BYTES];
-    const uint8_t *table = s->z[zn.num], *idx = s->z[zm.num];
-    for (int i = 0; i < n; ++i) {
-      T k = sve::elem<T>(idx, i);
-      sve::set_elem<T>(tmp, i, k < T(n) ? sve::elem<T>(table, int(k)) : T(0));
-    }
-    std::memcpy(s->z[zd.num], tmp, SVE_VL_BYTES);
-    return DECODE_OK;
-  });
+namespace sve {
+namespace {
+// Zd[i] = Zn[Zm[i]] when the index is below the element count, else 0. The
+// table is copied with zeros after it: byte indices (all below 256) look it
+// up directly, wider ones clamped to the first zero; so d may be any source
+// and the loop has no branch.
+template <class T> void tbl(uint8_t* d, const uint8_t* table, const uint8_t* idx) {
+  constexpr int n = kElems<T>, slots = sizeof(T) == 1 ? 256 : n + 1;
+  T t[slots];
+  std::memcpy(t, table, SVE_VL_BYTES);
+  for (int k = n; k < slots; ++k) t[k] = 0;
+#pragma GCC unroll 16
+  for (int i = 0; i < n; ++i) {
+    T k = elem<T>(idx, i);
+    if constexpr (sizeof(T) == 1) set_elem<T>(d, i, t[k]);
+    else set_elem<T>(d, i, t[k < T(n) ? k : T(n)]);
+  }
 }
+}  // namespace
+}  // namespace sve
 
 // Zdn = 112 bytes of Zdn:Zm from the byte offset; an offset past the vector counts as 0.
 aarch64_decode_rc sve_ext_zzi(cpu_state* s, aarch64_z_reg zdn, aarch64_z_reg zm, unsigned offset) {
@@ -42,6 +47,12 @@ aarch64_decode_rc ext_handler(cpu_state* s, unsigned w) {
                      (field(w, 20, 16) << 3) | field(w, 12, 10));
 }
 // REV: Zd = bits 4-0, Zn = bits 9-5.
+// TBL: Zd = bits 4-0, Zn = bits 9-5, Zm = bits 20-16.
+template <class T> aarch64_decode_rc tbl_handler(cpu_state* s, unsigned w) {
+  s->insn = w;
+  tbl<T>(s->z[field(w, 4, 0)], s->z[field(w, 9, 5)], s->z[field(w, 20, 16)]);
+  return DECODE_OK;
+}
 template <class T> aarch64_decode_rc rev_handler(cpu_state* s, unsigned w) {
   s->insn = w;
   return sve_rev_zz(s, zreg<T>(field(w, 4, 0)), zreg<T>(field(w, 9, 5)));
@@ -50,7 +61,7 @@ template <class T> aarch64_decode_rc rev_handler(cpu_state* s, unsigned w) {
 }  // namespace sve
 
 const HandlerDef kPermTblExtHandlers[] = {
-    SVE_DEFS_U(TblVV, sve::h_zzz, &sve_tbl_zzz),
+    SVE_DEFS_U(TblVV, sve::tbl_handler),
     SVE_DEFS_U(ReverseV, sve::rev_handler),
     HandlerDef{"VecU8SlideVI", &sve::ext_handler},
 };
