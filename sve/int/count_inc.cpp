@@ -136,7 +136,7 @@ template <AgnosticCount R, bool ReadsX> aarch64_decode_rc count_handler(cpu_stat
 }
 template <AgnosticVI R> aarch64_decode_rc sat_z_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  return run_agnostic_vi(s, field(w, 4, 0), field(w, 4, 0), -1, uint64_t(pat(w)) | uint64_t(mul(w)) << 5, R);
+  return run_vector_vi(s, field(w, 4, 0), field(w, 4, 0), -1, uint64_t(pat(w)) | uint64_t(mul(w)) << 5, R);
 }
 
 }  // namespace

@@ -93,7 +93,7 @@ template <AgnosticPCount R> aarch64_decode_rc r_handler(cpu_state* s, unsigned w
 }
 template <AgnosticVI R> aarch64_decode_rc z_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  return run_agnostic_vi(s, field(w, 4, 0), field(w, 4, 0), int(field(w, 8, 5)), 0, R);
+  return run_vector_vi(s, field(w, 4, 0), field(w, 4, 0), int(field(w, 8, 5)), 0, R);
 }
 
 }  // namespace

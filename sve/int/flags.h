@@ -56,17 +56,27 @@ inline void sve_ptest(cpu_state* s, const char* governing, const char* tested) {
 
 inline int pred_elems(const CpuContext* c, int esize_bits) { return int(c->vl & VL_UNITS_MASK) * 64 / esize_bits; }
 
+// The first and last active elements of E-bit elements, -1 when none: bit
+// scans of the map words kept at element starts, the top word also within
+// the length.
+inline uint64_t top_word_bits(int bytes) { return ~uint64_t(0) >> (63 - ((bytes - 1) & 63)); }
 inline int FindFirstActive(const PredV& p, int esize_bits, const CpuContext* c) {
-  int n = pred_elems(c, esize_bits), step = esize_bits / 8;
-  for (int i = 0; i < n; ++i)
-    if (p.bit(i * step)) return i;
-  return -1;
+  const int step = esize_bits / 8, bytes = vl_bytes(c), top = (bytes - 1) >> 6;
+  const uint64_t starts = element_starts(step);
+  if (bytes <= 0) return -1;
+  for (int w = 0; w < top; ++w)
+    if (uint64_t x = p.w[w] & starts) return (64 * w + __builtin_ctzll(x)) / step;
+  uint64_t x = p.w[top] & starts & top_word_bits(bytes);
+  return x ? (64 * top + __builtin_ctzll(x)) / step : -1;
 }
 inline int FindLastActive(const PredV& p, int esize_bits, const CpuContext* c) {
-  int n = pred_elems(c, esize_bits), step = esize_bits / 8;
-  for (int i = n - 1; i >= 0; --i)
-    if (p.bit(i * step)) return i;
-  return -1;
+  const int step = esize_bits / 8, bytes = vl_bytes(c);
+  const uint64_t starts = element_starts(step);
+  if (bytes <= 0) return -1;
+  int w = (bytes - 1) >> 6;
+  uint64_t x = p.w[w] & starts & top_word_bits(bytes);
+  while (!x && w > 0) x = p.w[--w] & starts;
+  return x ? (64 * w + 63 - __builtin_clzll(x)) / step : -1;
 }
 
 // N and C from the result's lowest element bit; Z counts an element of the

@@ -41,23 +41,42 @@ inline int count_true(const uint8_t* lanes, int ebytes) {
   return c;
 }
 
+// body(j, g, n, m, d) for each 16-byte run j of the lanes, with the run of each
+// register as two 64-bit words; the result run is stored before the next run
+// is read, so Pd may alias any source (every lane depends only on its own).
+template <class F>
+inline void lanes_words(uint8_t* pd, const uint8_t* pg, const uint8_t* pn, const uint8_t* pm, F f) {
+  static_assert(SVE_VL_BYTES % 16 == 0);
+#pragma GCC unroll 8
+  for (int j = 0; j < SVE_VL_BYTES; j += 16) {
+    uint64_t g[2], n[2], m[2], d[2], r[2];
+    std::memcpy(g, pg + j, 16);
+    std::memcpy(n, pn + j, 16);
+    std::memcpy(m, pm + j, 16);
+    std::memcpy(d, pd + j, 16);
+    for (int k = 0; k < 2; ++k) r[k] = f(g[k], n[k], m[k], d[k]);
+    std::memcpy(pd + j, r, 16);
+  }
+}
+
 // Pd[k] = Pg[k] ? f(Pn[k], Pm[k]) : (zeroing ? 0 : Pd[k]) over all lanes, bit 0
 // of each lane only, eight lanes per 64-bit word (f is a bitwise operation on
-// words); built in a temporary so that Pd may alias any source.
+// words); Pd may alias any source.
 template <class F>
 inline void lanes_ppp(uint8_t* pd, const uint8_t* pg, const uint8_t* pn, const uint8_t* pm, bool zeroing, F f) {
   constexpr uint64_t kLow = 0x0101010101010101ull;
-  uint64_t keep_mask = zeroing ? 0 : kLow;
-  uint64_t tmp[SVE_VL_BYTES / 8];
-  for (int j = 0; j < SVE_VL_BYTES / 8; ++j) {
-    uint64_t g, n, m, d;
-    std::memcpy(&g, pg + 8 * j, 8);
-    std::memcpy(&n, pn + 8 * j, 8);
-    std::memcpy(&m, pm + 8 * j, 8);
-    std::memcpy(&d, pd + 8 * j, 8);
-    tmp[j] = (f(n, m) & g & kLow) | (d & ~g & keep_mask);
-  }
-  std::memcpy(pd, tmp, SVE_VL_BYTES);
+  if (zeroing)
+    lanes_words(pd, pg, pn, pm, [&](uint64_t g, uint64_t n, uint64_t m, uint64_t) { return f(n, m) & g & kLow; });
+  else
+    lanes_words(pd, pg, pn, pm, [&](uint64_t g, uint64_t n, uint64_t m, uint64_t d) {
+      return ((f(n, m) & g) | (d & ~g)) & kLow;
+    });
+}
+
+// Pd[k] = Pg[k] ? Pn[k] : Pm[k] over all lanes, bit 0 of each lane only.
+inline void lanes_select(uint8_t* pd, const uint8_t* pg, const uint8_t* pn, const uint8_t* pm) {
+  constexpr uint64_t kLow = 0x0101010101010101ull;
+  lanes_words(pd, pg, pn, pm, [](uint64_t g, uint64_t n, uint64_t m, uint64_t) { return ((n & g) | (m & ~g)) & kLow; });
 }
 
 // The fixed-length predicate test at an element-size code.
@@ -123,6 +142,30 @@ inline aarch64_decode_rc run_agnostic_pppp(cpu_state* s, unsigned pd, int pg, in
   r(&d, &g, &n, &m, &c);
   unpack_pred(d, s->p[pd]);
   finish_pred_context(s, c);
+  return DECODE_OK;
+}
+
+// As run_agnostic_vv and run_agnostic_vi of routes.h, with the FFR-free context
+// above: Zd = the routine over the images of Zn (and Zm), Pg packed when
+// pg >= 0.
+inline aarch64_decode_rc run_vector_vv(cpu_state* s, unsigned zd, unsigned zn, int pg, unsigned zm,
+                                       AgnosticVV routine) {
+  CpuContext c = pred_context(s);
+  VecImage a = load_image(s, int(zn)), b = load_image(s, int(zm)), out;
+  PredV p = pg < 0 ? PredV{} : pack_pred(s->p[pg]);
+  routine(out.b, a.b, &p, b.b, &c);
+  std::memcpy(s->z[zd], out.b, SVE_VL_BYTES);
+  s->fpsr = c.fpsr;
+  return DECODE_OK;
+}
+inline aarch64_decode_rc run_vector_vi(cpu_state* s, unsigned zd, unsigned zn, int pg, uint64_t imm,
+                                       AgnosticVI routine) {
+  CpuContext c = pred_context(s);
+  VecImage a = load_image(s, int(zn)), out;
+  PredV p = pg < 0 ? PredV{} : pack_pred(s->p[pg]);
+  routine(out.b, a.b, &p, imm, &c);
+  std::memcpy(s->z[zd], out.b, SVE_VL_BYTES);
+  s->fpsr = c.fpsr;
   return DECODE_OK;
 }
 
