@@ -1,30 +1,23 @@
 // Counts of active predicate elements: CNTP, INCP/DECP (register and vector)
 // and SQINCP/UQINCP/SQDECP/UQDECP (32- and 64-bit register, vector). CNTP and
 // INCP (register) run fixed length; the others run length agnostic.
+#include <bit>
+
 #include "sve/decode/routes.h"
 #include "sve/int/count_arith.h"
 #include "sve/int/pred_drivers.h"
 
-// Xd = elements active in both Pg and Pn at the element width.
-aarch64_decode_rc sve_cntp_rpp(cpu_state* s, aarch64_i_reg rd, aarch64_p_reg pg, aarch64_p_reg pn) {
-  int ebytes = 1 << pn.esize, c = 0;
-  const uint8_t *g = s->p[pg.num], *n = s->p[pn.num];
-  for (int k = 0; k < SVE_VL_BYTES; k += ebytes) c += g[k] & n[k] & 1;
-  write_reg(s, rd, uint64_t(c));
-  return DECODE_OK;
-}
-// Xdn += elements active in Pm.
-aarch64_decode_rc sve_incp_rp(cpu_state* s, aarch64_i_reg rdn, aarch64_p_reg pm) {
-  write_reg(s, rdn, read_reg(s, rdn) + uint64_t(sve::count_true(s->p[pm.num], 1 << pm.esize)));
-  return DECODE_OK;
-}
-
 namespace sve {
 namespace {
 
+// Active elements of a map: the popcount of its words at element starts, the
+// top word within the length.
 template <class T> inline uint64_t active_count(const PredV* pm, const CpuContext* c) {
+  const int bytes = vl_bytes(c);
   uint64_t n = 0;
-  for (int i = 0; i < agnostic_elems<T>(c); ++i) n += pm->bit(i * int(sizeof(T)));
+  for (int w = 0; w * 64 < bytes; ++w)
+    n += uint64_t(std::popcount(pm->w[w] & kElementStarts<int(sizeof(T))> &
+                                       (bytes - 64 * w < 64 ? top_word_bits(bytes) : ~uint64_t(0))));
   return n;
 }
 
@@ -73,14 +66,19 @@ namespace {
 inline aarch64_i_reg rd(uint32_t w) { return {uint8_t(field(w, 4, 0))}; }
 
 // CNTP: Rd = bits 4-0, Pn = bits 8-5, Pg = bits 13-10.
+// Xd = elements active in both Pg and Pn at the element width.
 template <class T> aarch64_decode_rc cntp_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  return sve_cntp_rpp(s, rd(w), preg<T>(field(w, 13, 10)), preg<T>(field(w, 8, 5)));
+  write_reg(s, rd(w), uint64_t(count_lanes<int(sizeof(T))>(s->p[field(w, 13, 10)], s->p[field(w, 8, 5)])));
+  return DECODE_OK;
 }
 // INCP and the rest: Rdn or Zdn = bits 4-0, Pm = bits 8-5.
+// Xdn += elements active in Pm.
 template <class T> aarch64_decode_rc incp_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  return sve_incp_rp(s, rd(w), preg<T>(field(w, 8, 5)));
+  const uint8_t* m = s->p[field(w, 8, 5)];
+  write_reg(s, rd(w), read_reg(s, rd(w)) + uint64_t(count_lanes<int(sizeof(T))>(m, m)));
+  return DECODE_OK;
 }
 template <AgnosticPCount R> aarch64_decode_rc r_handler(cpu_state* s, unsigned w) {
   s->insn = w;

@@ -87,17 +87,22 @@ inline NzcFlags pred_nzc(const PredV& g, const PredV& r, int esize_bits, const C
   const int step = esize_bits / 8, bytes = vl_bytes(c);
   const uint64_t starts = element_starts(step);
   NzcFlags f{false, true, true};
-  bool seen = false;
-  for (int w = 0; w * 64 < bytes; ++w) {
-    uint64_t valid = bytes - 64 * w >= 64 ? ~uint64_t(0) : (uint64_t(1) << (bytes - 64 * w)) - 1;
-    uint64_t act = g.w[w] & starts & valid;
-    if (!act) continue;
-    uint64_t rw = r.w[w], any = rw;
-    for (int k = 1; k < step; ++k) any |= rw >> k;
-    if (act & any) f.z = false;
-    if (!seen) f.n = (rw >> __builtin_ctzll(act)) & 1;
-    seen = true;
-    f.c = !((rw >> (63 - __builtin_clzll(act))) & 1);
+  if (bytes <= 0) return f;
+  const int top = (bytes - 1) >> 6;
+  uint64_t hits = 0, first_act = 0, last_act = 0;
+  int first = -1, last = -1;
+  for (int w = 0; w <= top; ++w) {
+    uint64_t act = g.w[w] & starts & (w == top ? top_word_bits(bytes) : ~uint64_t(0));
+    uint64_t any = r.w[w];  // bit k: some bit of the element starting at k is set
+    for (int k = 1; k < step; k <<= 1) any |= any >> k;
+    hits |= act & any;
+    if (act && first < 0) first = w, first_act = act;
+    if (act) last = w, last_act = act;
+  }
+  f.z = hits == 0;
+  if (first >= 0) {
+    f.n = (r.w[first] >> __builtin_ctzll(first_act)) & 1;
+    f.c = !((r.w[last] >> (63 - __builtin_clzll(last_act))) & 1);
   }
   return f;
 }

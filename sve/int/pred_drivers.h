@@ -35,12 +35,6 @@ inline int first_true(const uint8_t* lanes, int ebytes) {
     if (lanes[i * ebytes] & 1) return i;
   return -1;
 }
-inline int count_true(const uint8_t* lanes, int ebytes) {
-  int c = 0;
-  for (int i = 0; i < SVE_VL_BYTES; i += ebytes) c += lanes[i] & 1;
-  return c;
-}
-
 // body(j, g, n, m, d) for each 16-byte run j of the lanes, with the run of each
 // register as two 64-bit words; the result run is stored before the next run
 // is read, so Pd may alias any source (every lane depends only on its own).
@@ -91,23 +85,62 @@ inline void ptest_esize(cpu_state* s, int esize, const uint8_t* governing, const
   }
 }
 
+// For each element size, the lanes of an all-true predicate followed by as
+// many false lanes: the window of 112 lanes ending `bytes` lanes into the
+// false half holds `bytes` true lanes, then false ones.
+struct LeadingLanes {
+  uint8_t l[4][2 * SVE_VL_BYTES];
+};
+constexpr LeadingLanes make_leading_lanes() {
+  LeadingLanes t{};
+  for (int e = 0; e < 4; ++e)
+    for (int k = 0; k < SVE_VL_BYTES; k += 1 << e) t.l[e][k] = 1;
+  return t;
+}
+inline constexpr LeadingLanes kLeadingLanes = make_leading_lanes();
+
 // All-true lanes at E bytes (an E-byte 1 per element).
-inline const uint8_t* all_true_lanes(int esize) {
-  struct Table {
-    uint8_t l[4][SVE_VL_BYTES];
-    Table() : l{} {
-      for (int e = 0; e < 4; ++e)
-        for (int k = 0; k < SVE_VL_BYTES; k += 1 << e) l[e][k] = 1;
-    }
-  };
-  static const Table t;
-  return t.l[esize & 3];
+inline const uint8_t* all_true_lanes(int esize) { return kLeadingLanes.l[esize & 3]; }
+// Pd = the first `count` elements true, the rest false (count at most the element count).
+inline void leading_lanes(uint8_t* pd, int esize, int count) {
+  std::memcpy(pd, kLeadingLanes.l[esize & 3] + SVE_VL_BYTES - (count << (esize & 3)), SVE_VL_BYTES);
+}
+
+// Element starts of E-byte elements among the eight lanes of a 64-bit word.
+constexpr uint64_t lane_starts(int ebytes) {
+  return ebytes == 1 ? 0x0101010101010101ull : ebytes == 2 ? 0x0001000100010001ull
+                                                : ebytes == 4 ? 0x0000000100000001ull : 1ull;
+}
+// Number of E-byte elements whose first lane is set in both a and b (b = a
+// counts a alone). Lanes are 0 or 1, so the words add up lane by lane without
+// carries (at most 14 per lane), and one multiply adds up the eight lanes.
+template <int E> inline int count_lanes(const uint8_t* a, const uint8_t* b) {
+  uint64_t acc = 0;
+#pragma GCC unroll 16
+  for (int j = 0; j < SVE_VL_BYTES; j += 8) {
+    uint64_t x, y;
+    std::memcpy(&x, a + j, 8);
+    std::memcpy(&y, b + j, 8);
+    acc += x & y & lane_starts(E);
+  }
+  static_assert(SVE_VL_BYTES < 256, "the total stays below 256");
+  return int((acc * 0x0101010101010101ull) >> 56);
 }
 
 // ---- packed maps ----
 
 // Element e of E bits of a map.
 inline bool pbit(const PredV& p, int e, int ebits) { return p.bit(e * ebits); }
+
+// The map of the first `count` elements of E bytes.
+inline PredV leading_elements(int count, int ebytes) {
+  PredV p{};
+  const uint64_t starts = element_starts(ebytes);
+  int bits = count * ebytes;
+  for (int w = 0; w * 64 < bits; ++w)
+    p.w[w] = starts & (bits - 64 * w >= 64 ? ~uint64_t(0) : (uint64_t(1) << (bits - 64 * w)) - 1);
+  return p;
+}
 
 // Routine of a predicate-to-predicate operation on the length-agnostic route.
 using AgnosticPPPP = void (*)(PredV* d, const PredV* g, const PredV* n, const PredV* m, CpuContext* c);
