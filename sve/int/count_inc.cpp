@@ -43,7 +43,7 @@ void sat_r_routine(uint64_t* x, int pattern, int mul, CpuContext* c) {
 template <class T, bool Decrement>
 void sat_z_routine(uint8_t* d, const uint8_t* a, const PredV*, uint64_t imm, CpuContext* c) {
   uint64_t amount = agnostic_amount<T>(int(imm & 31), int(imm >> 5), c);
-  map_imm<T>(d, a, agnostic_elems<T>(c), AllTrue{}, CountStep<T, true, Decrement>{amount});
+  agnostic_map_imm<T>(d, a, nullptr, c, CountStep<T, true, Decrement>{amount});
 }
 
 }  // namespace

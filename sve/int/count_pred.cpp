@@ -31,7 +31,7 @@ template <class T, int Bits, bool Decrement> void sat_r_routine(uint64_t* x, con
 // Vector routines: every element of a stepped by the count of Pm.
 template <class T, bool Sat, bool Decrement>
 void z_routine(uint8_t* d, const uint8_t* a, const PredV* pm, uint64_t, CpuContext* c) {
-  map_imm<T>(d, a, agnostic_elems<T>(c), AllTrue{}, CountStep<T, Sat, Decrement>{active_count<T>(pm, c)});
+  agnostic_map_imm<T>(d, a, nullptr, c, CountStep<T, Sat, Decrement>{active_count<T>(pm, c)});
 }
 
 }  // namespace
