@@ -38,11 +38,9 @@ inline uint64_t element_starts(int step) {
 // The lanes are packed into 64-bit map words and kept only at element
 // starts, so the first and last active elements are bit scans.
 template <class T>
-inline void sve_ptest(cpu_state* s, const char* governing, const char* tested) {
+inline void sve_ptest_maps(cpu_state* s, const PredV& g, const PredV& t) {
   static_assert(SVE_VL_BYTES <= 128, "two map words");
   constexpr uint64_t starts = kElementStarts<int(sizeof(T))>;
-  PredV g = pack_pred(reinterpret_cast<const uint8_t*>(governing));
-  PredV t = pack_pred(reinterpret_cast<const uint8_t*>(tested));
   uint64_t glo = g.w[0] & starts, ghi = g.w[1] & starts, tlo = t.w[0] & starts, thi = t.w[1] & starts;
   NzcFlags f{false, ((glo & tlo) | (ghi & thi)) == 0, true};
   if (glo | ghi) {
@@ -50,6 +48,11 @@ inline void sve_ptest(cpu_state* s, const char* governing, const char* tested) {
     f.c = ghi ? !((thi >> (63 - __builtin_clzll(ghi))) & 1) : !((tlo >> (63 - __builtin_clzll(glo))) & 1);
   }
   s->nzcv = with_nzcv(s->nzcv, f);
+}
+template <class T>
+inline void sve_ptest(cpu_state* s, const char* governing, const char* tested) {
+  sve_ptest_maps<T>(s, pack_pred(reinterpret_cast<const uint8_t*>(governing)),
+                    pack_pred(reinterpret_cast<const uint8_t*>(tested)));
 }
 
 // ---- length-agnostic helpers over packed predicates ----

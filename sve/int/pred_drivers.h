@@ -17,24 +17,12 @@ namespace sve {
 
 // ---- unpacked lanes ----
 
-// The E-byte element i of a predicate written as the integer 0 or 1.
-inline void set_pred_elem(uint8_t* lanes, int i, int ebytes, bool v) {
-  lanes[i * ebytes] = v;
-  for (int k = 1; k < ebytes; ++k) lanes[i * ebytes + k] = 0;
+// Element starts of E-byte elements among the eight lanes of a 64-bit word.
+constexpr uint64_t lane_starts(int ebytes) {
+  return ebytes == 1 ? 0x0101010101010101ull : ebytes == 2 ? 0x0001000100010001ull
+                                                : ebytes == 4 ? 0x0000000100000001ull : 1ull;
 }
 
-// Elements per vector at E bytes; the first E-byte element with bit 0 set
-// searching down from the top, or -1.
-inline int last_true(const uint8_t* lanes, int ebytes) {
-  for (int i = SVE_VL_BYTES / ebytes - 1; i >= 0; --i)
-    if (lanes[i * ebytes] & 1) return i;
-  return -1;
-}
-inline int first_true(const uint8_t* lanes, int ebytes) {
-  for (int i = 0; i < SVE_VL_BYTES / ebytes; ++i)
-    if (lanes[i * ebytes] & 1) return i;
-  return -1;
-}
 // body(j, g, n, m, d) for each 16-byte run j of the lanes, with the run of each
 // register as two 64-bit words; the result run is stored before the next run
 // is read, so Pd may alias any source (every lane depends only on its own).
@@ -106,11 +94,6 @@ inline void leading_lanes(uint8_t* pd, int esize, int count) {
   std::memcpy(pd, kLeadingLanes.l[esize & 3] + SVE_VL_BYTES - (count << (esize & 3)), SVE_VL_BYTES);
 }
 
-// Element starts of E-byte elements among the eight lanes of a 64-bit word.
-constexpr uint64_t lane_starts(int ebytes) {
-  return ebytes == 1 ? 0x0101010101010101ull : ebytes == 2 ? 0x0001000100010001ull
-                                                : ebytes == 4 ? 0x0000000100000001ull : 1ull;
-}
 // Number of E-byte elements whose first lane is set in both a and b (b = a
 // counts a alone). Lanes are 0 or 1, so the words add up lane by lane without
 // carries (at most 14 per lane), and one multiply adds up the eight lanes.
