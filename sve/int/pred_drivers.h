@@ -148,8 +148,9 @@ inline void finish_pred_context(cpu_state* s, const CpuContext& c) {
 }
 
 // Packs the predicates the routine reads (a negative number packs none),
-// runs it and unpacks the result into Pd.
-inline aarch64_decode_rc run_agnostic_pppp(cpu_state* s, unsigned pd, int pg, int pn, int pm, AgnosticPPPP r) {
+// runs it and unpacks the result into Pd. Inlined into each handler, where
+// the registers it packs are known.
+[[gnu::always_inline]] inline aarch64_decode_rc run_agnostic_pppp(cpu_state* s, unsigned pd, int pg, int pn, int pm, AgnosticPPPP r) {
   CpuContext c = pred_context(s);
   PredV g{}, n{}, m{}, d{};
   if (pg >= 0) g = pack_pred(s->p[pg]);
