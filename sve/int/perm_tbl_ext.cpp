@@ -26,10 +26,10 @@ template <class T> void tbl(uint8_t* d, const uint8_t* table, const uint8_t* idx
 // Zdn = 112 bytes of Zdn:Zm from the byte offset; an offset past the vector counts as 0.
 aarch64_decode_rc sve_ext_zzi(cpu_state* s, aarch64_z_reg zdn, aarch64_z_reg zm, unsigned offset) {
   if (offset >= unsigned(SVE_VL_BYTES)) offset = 0;
-  alignas(16) uint8_t tmp[SVE_VL_BYTES];
-  std::memcpy(tmp, s->z[zdn.num] + offset, SVE_VL_BYTES - offset);
-  std::memcpy(tmp + SVE_VL_BYTES - offset, s->z[zm.num], offset);
-  std::memcpy(s->z[zdn.num], tmp, SVE_VL_BYTES);
+  alignas(16) uint8_t both[2 * SVE_VL_BYTES];  // fixed-size copies, no library calls
+  std::memcpy(both, s->z[zdn.num], SVE_VL_BYTES);
+  std::memcpy(both + SVE_VL_BYTES, s->z[zm.num], SVE_VL_BYTES);
+  std::memcpy(s->z[zdn.num], both + offset, SVE_VL_BYTES);
   return DECODE_OK;
 }
 
