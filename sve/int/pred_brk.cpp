@@ -64,10 +64,10 @@ inline bool last_lane_true(const uint8_t* g, const uint8_t* n) {
 }
 // out = the active lanes of g among the first `count` lanes; inactive lanes
 // keep Pd when merging, else 0. Pd and out may alias g.
-inline void break_result(uint8_t* out, const uint8_t* g, const uint8_t* pd, int count, bool merging) {
+template <bool Merging> inline void break_result(uint8_t* out, const uint8_t* g, const uint8_t* pd, int count) {
   const uint8_t* prefix = all_true_lanes(0) + SVE_VL_BYTES - count;  // count ones, then zeros
-  lanes_words(out, g, prefix, pd, [&](uint64_t gw, uint64_t p, uint64_t d, uint64_t) {
-    return ((gw & p) | (merging ? d & ~gw : 0)) & 0x0101010101010101ull;
+  lanes_words(out, g, prefix, pd, [](uint64_t gw, uint64_t p, uint64_t d, uint64_t) {
+    return ((gw & p) | (Merging ? d & ~gw : 0)) & 0x0101010101010101ull;
   });
 }
 
@@ -76,11 +76,13 @@ aarch64_decode_rc break_lanes(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, 
   const uint8_t* g = s->p[pg.num];
   int before = lanes_before_first_common(g, s->p[pn.num]);
   int count = After && before < SVE_VL_BYTES ? before + 1 : before;
-  break_result(s->p[pd.num], g, s->p[pd.num], count, !pg.zeroing);
+  if (pg.zeroing) break_result<false>(s->p[pd.num], g, g, count);
+  else break_result<true>(s->p[pd.num], g, s->p[pd.num], count);
   return DECODE_OK;
 }
 
-// The result goes to tmp; the caller tests it before Pd (which may be Pg) is written.
+// The result goes to out (Pd, or a temporary when the caller tests it before
+// Pd, which may be Pg, is written).
 template <bool After>
 void break_prev_lanes(cpu_state* s, uint8_t* tmp, aarch64_p_reg pg, aarch64_p_reg pn, aarch64_p_reg pm) {
   const uint8_t* g = s->p[pg.num];
@@ -89,7 +91,7 @@ void break_prev_lanes(cpu_state* s, uint8_t* tmp, aarch64_p_reg pg, aarch64_p_re
     int before = lanes_before_first_common(g, s->p[pm.num]);
     count = After && before < SVE_VL_BYTES ? before + 1 : before;
   }
-  break_result(tmp, g, g, count, false);
+  break_result<false>(tmp, g, g, count);
 }
 
 // ---- length agnostic, over packed maps ----
@@ -132,9 +134,13 @@ aarch64_decode_rc sve_brkns_ppp(cpu_state* s, aarch64_p_reg pdm, aarch64_p_reg p
 
 aarch64_decode_rc sve_brkpb(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_p_reg pn, aarch64_p_reg pm,
                             bool set_flags) {
+  if (!set_flags) {  // the break is found before Pd is written, which may then alias any source
+    sve::break_prev_lanes<false>(s, s->p[pd.num], pg, pn, pm);
+    return DECODE_OK;
+  }
   alignas(16) uint8_t tmp[SVE_VL_BYTES];
   sve::break_prev_lanes<false>(s, tmp, pg, pn, pm);
-  if (set_flags) sve::ptest_esize(s, 0, s->p[pg.num], tmp);
+  sve::ptest_esize(s, 0, s->p[pg.num], tmp);
   std::memcpy(s->p[pd.num], tmp, SVE_VL_BYTES);
   return DECODE_OK;
 }
