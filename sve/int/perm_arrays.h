@@ -150,3 +150,21 @@ inline void permute_bits(PredV* d, const PredV* a, const PredV* b, int ebytes, i
 }
 
 }  // namespace sve
+
+// Byte-array helpers shared by the vector and predicate permutes: 112-byte
+// destination, first and second source, element size in bytes.
+void sve_zip1(char* d, char* a, char* b, int element_size);
+void sve_zip2(char* d, char* a, char* b, int element_size);
+void sve_uzp1(char* d, char* a, char* b, int element_size);
+
+// Fixed-route executors are defined in the file of their handlers, ahead of
+// them, and marked SVE_EXECUTOR so that each handler inlines its call (the
+// element size is then a constant and the size switch folds away) while the
+// executor stays an ordinary external function. Hidden visibility: the library
+// is position-independent, and a default-visibility function could be replaced
+// at load time, which rules out inlining it. GCC warns that always_inline
+// without `inline` might not be inlinable; the calls are direct, so the
+// warning is silenced between SVE_EXECUTORS_BEGIN and SVE_EXECUTORS_END.
+#define SVE_EXECUTOR [[gnu::always_inline, gnu::visibility("hidden")]]
+#define SVE_EXECUTORS_BEGIN _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wattributes\"")
+#define SVE_EXECUTORS_END _Pragma("GCC diagnostic pop")
