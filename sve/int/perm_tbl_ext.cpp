@@ -23,6 +23,15 @@ template <class T> void tbl(uint8_t* d, const uint8_t* table, const uint8_t* idx
 }  // namespace
 }  // namespace sve
 
+SVE_EXECUTORS_BEGIN
+SVE_EXECUTOR aarch64_decode_rc sve_tbl_zzz(cpu_state* s, aarch64_z_reg zd, aarch64_z_reg zn, aarch64_z_reg zm) {
+  return sve::by_esize<false>(zd.esize, [&](auto t) {
+    sve::tbl<typename decltype(t)::type>(s->z[zd.num], s->z[zn.num], s->z[zm.num]);
+    return DECODE_OK;
+  });
+}
+SVE_EXECUTORS_END
+
 // Zdn = 112 bytes of Zdn:Zm from the byte offset; an offset past the vector counts as 0.
 aarch64_decode_rc sve_ext_zzi(cpu_state* s, aarch64_z_reg zdn, aarch64_z_reg zm, unsigned offset) {
   if (offset >= unsigned(SVE_VL_BYTES)) offset = 0;
@@ -47,12 +56,6 @@ aarch64_decode_rc ext_handler(cpu_state* s, unsigned w) {
                      (field(w, 20, 16) << 3) | field(w, 12, 10));
 }
 // REV: Zd = bits 4-0, Zn = bits 9-5.
-// TBL: Zd = bits 4-0, Zn = bits 9-5, Zm = bits 20-16.
-template <class T> aarch64_decode_rc tbl_handler(cpu_state* s, unsigned w) {
-  s->insn = w;
-  tbl<T>(s->z[field(w, 4, 0)], s->z[field(w, 9, 5)], s->z[field(w, 20, 16)]);
-  return DECODE_OK;
-}
 template <class T> aarch64_decode_rc rev_handler(cpu_state* s, unsigned w) {
   s->insn = w;
   return sve_rev_zz(s, zreg<T>(field(w, 4, 0)), zreg<T>(field(w, 9, 5)));
@@ -61,7 +64,7 @@ template <class T> aarch64_decode_rc rev_handler(cpu_state* s, unsigned w) {
 }  // namespace sve
 
 const HandlerDef kPermTblExtHandlers[] = {
-    SVE_DEFS_U(TblVV, sve::tbl_handler),
+    SVE_DEFS_U(TblVV, sve::h_zzz, &sve_tbl_zzz),
     SVE_DEFS_U(ReverseV, sve::rev_handler),
     HandlerDef{"VecU8SlideVI", &sve::ext_handler},
 };
