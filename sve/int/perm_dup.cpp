@@ -2,6 +2,7 @@
 // scalar), CPY (immediate merging and zeroing; scalar; SIMD&FP scalar) and the
 // unpredicated MOVPRFX. Fixed length.
 #include "sve/decode/routes.h"
+#include "sve/int/perm_arrays.h"
 
 namespace sve {
 namespace {
@@ -25,8 +26,8 @@ template <class T, bool Zeroing> inline void fill_active(uint8_t* d, const uint8
   std::memcpy(d, tmp, SVE_VL_BYTES);
 }
 
-// Element `index` of Zn (16-byte quadwords when esize is 4) in every element
-// of Zd; all zeros when the element lies past the vector.
+// Element `index` of n in every element of d (zeros past the vector); the
+// same for 16-byte quadwords.
 template <class T> inline void dup_element(uint8_t* d, const uint8_t* n, unsigned index) {
   fill<T>(d, index < unsigned(kElems<T>) ? elem<T>(n, int(index)) : T(0));
 }
@@ -37,8 +38,61 @@ inline void dup_quadword(uint8_t* d, const uint8_t* n, unsigned index) {
   for (int off = 0; off < SVE_VL_BYTES; off += 16) std::memcpy(d + off, q, 16);
 }
 
+// Active elements of Zd = v, the rest as the predicate's zeroing bit says.
+template <class T> [[gnu::always_inline]] inline void fill_active_pred(uint8_t* d, const uint8_t* pg, T v, bool zeroing) {
+  if (zeroing) fill_active<T, true>(d, pg, v);
+  else fill_active<T, false>(d, pg, v);
+}
+[[gnu::always_inline]] inline aarch64_decode_rc fill_z(cpu_state* s, aarch64_z_reg zd, uint64_t v) {
+  return by_esize<false>(zd.esize, [&](auto t) {
+    using T = typename decltype(t)::type;
+    fill<T>(s->z[zd.num], T(v));
+    return DECODE_OK;
+  });
+}
+[[gnu::always_inline]] inline aarch64_decode_rc fill_active_z(cpu_state* s, aarch64_z_reg zd, aarch64_p_reg pg, uint64_t v) {
+  return by_esize<false>(zd.esize, [&](auto t) {
+    using T = typename decltype(t)::type;
+    fill_active_pred<T>(s->z[zd.num], s->p[pg.num], T(v), pg.zeroing);
+    return DECODE_OK;
+  });
+}
+
 }  // namespace
 }  // namespace sve
+
+SVE_EXECUTORS_BEGIN
+// Element `index` of Zn (16-byte quadwords when esize is 4) in every element
+// of Zd; all zeros when the element lies past the vector.
+SVE_EXECUTOR aarch64_decode_rc sve_dup_zzi(cpu_state* s, aarch64_z_reg zd, aarch64_z_reg zn, unsigned index) {
+  uint8_t* d = s->z[zd.num];
+  const uint8_t* n = s->z[zn.num];
+  switch (zd.esize) {
+    case 0: sve::dup_element<uint8_t>(d, n, index); break;
+    case 1: sve::dup_element<uint16_t>(d, n, index); break;
+    case 2: sve::dup_element<uint32_t>(d, n, index); break;
+    case 3: sve::dup_element<uint64_t>(d, n, index); break;
+    default: sve::dup_quadword(d, n, index); break;
+  }
+  return DECODE_OK;
+}
+SVE_EXECUTOR aarch64_decode_rc sve_dup_zi(cpu_state* s, aarch64_z_reg zd, int64_t imm) { return sve::fill_z(s, zd, uint64_t(imm)); }
+SVE_EXECUTOR aarch64_decode_rc sve_dup_zr(cpu_state* s, aarch64_z_reg zd, aarch64_i_rsp_reg rn) {
+  return sve::fill_z(s, zd, read_reg(s, rn));
+}
+SVE_EXECUTOR aarch64_decode_rc sve_cpy_zpi(cpu_state* s, aarch64_z_reg zd, aarch64_p_reg pg, int64_t imm) {
+  return sve::fill_active_z(s, zd, pg, uint64_t(imm));
+}
+SVE_EXECUTOR aarch64_decode_rc sve_cpy_zpr(cpu_state* s, aarch64_z_reg zd, aarch64_p_reg pg, aarch64_i_rsp_reg rn) {
+  return sve::fill_active_z(s, zd, pg, read_reg(s, rn));
+}
+// The low element of SIMD&FP register Vn (the low bytes of Zn).
+SVE_EXECUTOR aarch64_decode_rc sve_cpy_zpv(cpu_state* s, aarch64_z_reg zd, aarch64_p_reg pg, unsigned vn) {
+  uint64_t v;
+  std::memcpy(&v, s->z[vn], 8);
+  return sve::fill_active_z(s, zd, pg, v);
+}
+SVE_EXECUTORS_END
 
 aarch64_decode_rc sve_movprfx_zz(cpu_state* s, aarch64_z_reg zd, aarch64_z_reg zn) {
   std::memmove(s->z[zd.num], s->z[zn.num], SVE_VL_BYTES);
@@ -57,47 +111,31 @@ aarch64_decode_rc dup_index_handler(cpu_state* s, unsigned w) {
   s->insn = w;
   unsigned imm7 = (field(w, 23, 22) << 5) | field(w, 20, 16);
   int esize = __builtin_ctz(field(w, 20, 16));
-  unsigned index = imm7 >> (esize + 1);
-  uint8_t* d = s->z[field(w, 4, 0)];
-  const uint8_t* n = s->z[field(w, 9, 5)];
-  switch (esize) {
-    case 0: dup_element<uint8_t>(d, n, index); break;
-    case 1: dup_element<uint16_t>(d, n, index); break;
-    case 2: dup_element<uint32_t>(d, n, index); break;
-    case 3: dup_element<uint64_t>(d, n, index); break;
-    default: dup_quadword(d, n, index); break;
-  }
-  return DECODE_OK;
+  return sve_dup_zzi(s, aarch64_z_reg{uint8_t(field(w, 4, 0)), uint8_t(esize)},
+                     aarch64_z_reg{uint8_t(field(w, 9, 5)), uint8_t(esize)}, imm7 >> (esize + 1));
 }
 template <class T> aarch64_decode_rc dup_imm_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  fill<T>(s->z[field(w, 4, 0)], T(imm8_shifted(w)));
-  return DECODE_OK;
+  return sve_dup_zi(s, zreg<T>(field(w, 4, 0)), imm8_shifted(w));
 }
 // DUP scalar: Zd = bits 4-0, Rn|SP = bits 9-5.
 template <class T> aarch64_decode_rc dup_scalar_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  fill<T>(s->z[field(w, 4, 0)], T(read_reg(s, aarch64_i_rsp_reg{uint8_t(field(w, 9, 5))})));
-  return DECODE_OK;
+  return sve_dup_zr(s, zreg<T>(field(w, 4, 0)), aarch64_i_rsp_reg{uint8_t(field(w, 9, 5))});
 }
 // CPY immediate: Zd = bits 4-0, Pg = bits 19-16.
 template <class T, bool Zeroing> aarch64_decode_rc cpy_imm_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  fill_active<T, Zeroing>(s->z[field(w, 4, 0)], s->p[field(w, 19, 16)], T(imm8_shifted(w)));
-  return DECODE_OK;
+  return sve_cpy_zpi(s, zreg<T>(field(w, 4, 0)), preg<T>(field(w, 19, 16), Zeroing), imm8_shifted(w));
 }
-// CPY scalar: Zd = bits 4-0, Pg = bits 12-10, Rn|SP or Vn = bits 9-5 (the
-// low element of SIMD&FP register Vn is the low bytes of Zn).
+// CPY scalar: Zd = bits 4-0, Pg = bits 12-10, Rn|SP or Vn = bits 9-5.
 template <class T> aarch64_decode_rc cpy_scalar_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  T v = T(read_reg(s, aarch64_i_rsp_reg{uint8_t(field(w, 9, 5))}));
-  fill_active<T, false>(s->z[field(w, 4, 0)], s->p[field(w, 12, 10)], v);
-  return DECODE_OK;
+  return sve_cpy_zpr(s, zreg<T>(field(w, 4, 0)), preg<T>(field(w, 12, 10)), aarch64_i_rsp_reg{uint8_t(field(w, 9, 5))});
 }
 template <class T> aarch64_decode_rc cpy_simd_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  fill_active<T, false>(s->z[field(w, 4, 0)], s->p[field(w, 12, 10)], elem<T>(s->z[field(w, 9, 5)], 0));
-  return DECODE_OK;
+  return sve_cpy_zpv(s, zreg<T>(field(w, 4, 0)), preg<T>(field(w, 12, 10)), field(w, 9, 5));
 }
 aarch64_decode_rc movprfx_handler(cpu_state* s, unsigned w) {
   s->insn = w;
