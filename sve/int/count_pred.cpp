@@ -5,7 +5,28 @@
 
 #include "sve/decode/routes.h"
 #include "sve/int/count_arith.h"
+#include "sve/int/perm_arrays.h"
 #include "sve/int/pred_drivers.h"
+
+// Xd = elements active in both Pg and Pn at the element width.
+SVE_EXECUTORS_BEGIN
+SVE_EXECUTOR aarch64_decode_rc sve_cntp_rpp(cpu_state* s, aarch64_i_reg rd, aarch64_p_reg pg, aarch64_p_reg pn) {
+  return sve::by_esize<false>(pn.esize, [&](auto t) {
+    constexpr int E = int(sizeof(typename decltype(t)::type));
+    write_reg(s, rd, uint64_t(sve::count_lanes<E>(s->p[pg.num], s->p[pn.num])));
+    return DECODE_OK;
+  });
+}
+// Xdn += elements active in Pm.
+SVE_EXECUTOR aarch64_decode_rc sve_incp_rp(cpu_state* s, aarch64_i_reg rdn, aarch64_p_reg pm) {
+  return sve::by_esize<false>(pm.esize, [&](auto t) {
+    constexpr int E = int(sizeof(typename decltype(t)::type));
+    const uint8_t* m = s->p[pm.num];
+    write_reg(s, rdn, read_reg(s, rdn) + uint64_t(sve::count_lanes<E>(m, m)));
+    return DECODE_OK;
+  });
+}
+SVE_EXECUTORS_END
 
 namespace sve {
 namespace {
@@ -66,19 +87,14 @@ namespace {
 inline aarch64_i_reg rd(uint32_t w) { return {uint8_t(field(w, 4, 0))}; }
 
 // CNTP: Rd = bits 4-0, Pn = bits 8-5, Pg = bits 13-10.
-// Xd = elements active in both Pg and Pn at the element width.
 template <class T> aarch64_decode_rc cntp_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  write_reg(s, rd(w), uint64_t(count_lanes<int(sizeof(T))>(s->p[field(w, 13, 10)], s->p[field(w, 8, 5)])));
-  return DECODE_OK;
+  return sve_cntp_rpp(s, rd(w), preg<T>(field(w, 13, 10)), preg<T>(field(w, 8, 5)));
 }
 // INCP and the rest: Rdn or Zdn = bits 4-0, Pm = bits 8-5.
-// Xdn += elements active in Pm.
 template <class T> aarch64_decode_rc incp_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  const uint8_t* m = s->p[field(w, 8, 5)];
-  write_reg(s, rd(w), read_reg(s, rd(w)) + uint64_t(count_lanes<int(sizeof(T))>(m, m)));
-  return DECODE_OK;
+  return sve_incp_rp(s, rd(w), preg<T>(field(w, 8, 5)));
 }
 template <AgnosticPCount R> aarch64_decode_rc r_handler(cpu_state* s, unsigned w) {
   s->insn = w;
