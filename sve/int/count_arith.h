@@ -2,6 +2,7 @@
 // steps of a register or element by a count.
 #pragma once
 #include <cstdint>
+#include <limits>
 #include <type_traits>
 
 #include "sve/int/helpers.h"
@@ -20,16 +21,25 @@ inline uint64_t sat_step(uint64_t x, uint64_t amount, int bits, bool is_unsigned
   return uint64_t(v);  // in range: a signed value comes out sign-extended
 }
 
-// The step of one element of type T (saturating when Sat).
+// The step of one element of type T (saturating when Sat). Narrow elements
+// step in 64 bits and clamp (an amount of 2^33 or more saturates them all the
+// same); 64-bit elements saturate on overflow, which the amount (never
+// negative) can only cause upward for increments and downward for decrements.
 template <class T, bool Sat, bool Decrement> struct CountStep {
   uint64_t amount;
   T operator()(T x) const {
-    if constexpr (Sat) {
-      using U = std::make_unsigned_t<T>;
-      return T(sat_step(uint64_t(U(x)), amount, int(sizeof(T)) * 8, std::is_unsigned_v<T>, Decrement));
-    } else {
-      using U = std::make_unsigned_t<T>;
+    using U = std::make_unsigned_t<T>;
+    if constexpr (!Sat) {
       return T(Decrement ? U(U(x) - U(amount)) : U(U(x) + U(amount)));
+    } else if constexpr (sizeof(T) < 8) {
+      constexpr int64_t lo = std::numeric_limits<T>::min(), hi = std::numeric_limits<T>::max();
+      int64_t a = int64_t(amount < (uint64_t(1) << 33) ? amount : uint64_t(1) << 33);
+      int64_t v = Decrement ? int64_t(x) - a : int64_t(x) + a;
+      return T(v < lo ? lo : v > hi ? hi : v);
+    } else {
+      T r;
+      bool over = Decrement ? __builtin_sub_overflow(x, amount, &r) : __builtin_add_overflow(x, amount, &r);
+      return over ? (Decrement ? std::numeric_limits<T>::min() : std::numeric_limits<T>::max()) : r;
     }
   }
 };

@@ -8,7 +8,11 @@ namespace {
 inline aarch64_decode_rc index_fill(cpu_state* s, aarch64_z_reg zd, uint64_t base, uint64_t step) {
   return by_esize<false>(zd.esize, [&](auto tag) {
     using T = typename decltype(tag)::type;
-    for (int i = 0; i < kElems<T>; ++i) set_elem<T>(s->z[zd.num], i, T(base + uint64_t(i) * step));
+    using W = std::conditional_t<sizeof(T) == 8, uint64_t, uint32_t>;  // wraps like T once truncated
+    const W b = W(base), st = W(step);
+    uint8_t* d = s->z[zd.num];
+#pragma GCC unroll 16
+    for (int i = 0; i < kElems<T>; ++i) set_elem<T>(d, i, T(b + W(i) * st));
     return DECODE_OK;
   });
 }

@@ -1,30 +1,44 @@
 // Counts of active predicate elements: CNTP, INCP/DECP (register and vector)
 // and SQINCP/UQINCP/SQDECP/UQDECP (32- and 64-bit register, vector). CNTP and
 // INCP (register) run fixed length; the others run length agnostic.
+#include <bit>
+
 #include "sve/decode/routes.h"
 #include "sve/int/count_arith.h"
+#include "sve/int/perm_arrays.h"
 #include "sve/int/pred_drivers.h"
 
 // Xd = elements active in both Pg and Pn at the element width.
-aarch64_decode_rc sve_cntp_rpp(cpu_state* s, aarch64_i_reg rd, aarch64_p_reg pg, aarch64_p_reg pn) {
-  int ebytes = 1 << pn.esize, c = 0;
-  const uint8_t *g = s->p[pg.num], *n = s->p[pn.num];
-  for (int k = 0; k < SVE_VL_BYTES; k += ebytes) c += g[k] & n[k] & 1;
-  write_reg(s, rd, uint64_t(c));
-  return DECODE_OK;
+SVE_EXECUTORS_BEGIN
+SVE_EXECUTOR aarch64_decode_rc sve_cntp_rpp(cpu_state* s, aarch64_i_reg rd, aarch64_p_reg pg, aarch64_p_reg pn) {
+  return sve::by_esize<false>(pn.esize, [&](auto t) {
+    constexpr int E = int(sizeof(typename decltype(t)::type));
+    write_reg(s, rd, uint64_t(sve::count_lanes<E>(s->p[pg.num], s->p[pn.num])));
+    return DECODE_OK;
+  });
 }
 // Xdn += elements active in Pm.
-aarch64_decode_rc sve_incp_rp(cpu_state* s, aarch64_i_reg rdn, aarch64_p_reg pm) {
-  write_reg(s, rdn, read_reg(s, rdn) + uint64_t(sve::count_true(s->p[pm.num], 1 << pm.esize)));
-  return DECODE_OK;
+SVE_EXECUTOR aarch64_decode_rc sve_incp_rp(cpu_state* s, aarch64_i_reg rdn, aarch64_p_reg pm) {
+  return sve::by_esize<false>(pm.esize, [&](auto t) {
+    constexpr int E = int(sizeof(typename decltype(t)::type));
+    const uint8_t* m = s->p[pm.num];
+    write_reg(s, rdn, read_reg(s, rdn) + uint64_t(sve::count_lanes<E>(m, m)));
+    return DECODE_OK;
+  });
 }
+SVE_EXECUTORS_END
 
 namespace sve {
 namespace {
 
+// Active elements of a map: the popcount of its words at element starts, the
+// top word within the length.
 template <class T> inline uint64_t active_count(const PredV* pm, const CpuContext* c) {
+  const int bytes = vl_bytes(c);
   uint64_t n = 0;
-  for (int i = 0; i < agnostic_elems<T>(c); ++i) n += pm->bit(i * int(sizeof(T)));
+  for (int w = 0; w * 64 < bytes; ++w)
+    n += uint64_t(std::popcount(pm->w[w] & kElementStarts<int(sizeof(T))> &
+                                       (bytes - 64 * w < 64 ? top_word_bits(bytes) : ~uint64_t(0))));
   return n;
 }
 
@@ -38,7 +52,7 @@ template <class T, int Bits, bool Decrement> void sat_r_routine(uint64_t* x, con
 // Vector routines: every element of a stepped by the count of Pm.
 template <class T, bool Sat, bool Decrement>
 void z_routine(uint8_t* d, const uint8_t* a, const PredV* pm, uint64_t, CpuContext* c) {
-  map_imm<T>(d, a, agnostic_elems<T>(c), AllTrue{}, CountStep<T, Sat, Decrement>{active_count<T>(pm, c)});
+  agnostic_map_imm<T>(d, a, nullptr, c, CountStep<T, Sat, Decrement>{active_count<T>(pm, c)});
 }
 
 }  // namespace
@@ -84,7 +98,7 @@ template <class T> aarch64_decode_rc incp_handler(cpu_state* s, unsigned w) {
 }
 template <AgnosticPCount R> aarch64_decode_rc r_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  CpuContext c = make_context(s);
+  CpuContext c = pred_context(s);
   PredV pm = pack_pred(s->p[field(w, 8, 5)]);
   uint64_t x = read_reg(s, rd(w));
   R(&x, &pm, &c);
@@ -93,7 +107,7 @@ template <AgnosticPCount R> aarch64_decode_rc r_handler(cpu_state* s, unsigned w
 }
 template <AgnosticVI R> aarch64_decode_rc z_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  return run_agnostic_vi(s, field(w, 4, 0), field(w, 4, 0), int(field(w, 8, 5)), 0, R);
+  return run_vector_vi(s, field(w, 4, 0), field(w, 4, 0), int(field(w, 8, 5)), 0, R);
 }
 
 }  // namespace

@@ -60,25 +60,13 @@ template <bool Unsigned, bool OrEqual>
 aarch64_decode_rc while_fixed(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn, aarch64_i_reg rm, int bits) {
   const int n = SVE_VL_BYTES >> pd.esize;
   int count = while_count<Unsigned, OrEqual>(read_reg(s, rn), read_reg(s, rm), bits, n);
-  alignas(16) uint8_t tmp[SVE_VL_BYTES] = {};
-  std::memcpy(tmp, all_true_lanes(pd.esize), size_t(count) << pd.esize);
-  std::memcpy(s->p[pd.num], tmp, SVE_VL_BYTES);
+  leading_lanes(s->p[pd.num], pd.esize, count);
   s->nzcv = with_nzcv(s->nzcv, NzcFlags{count > 0, count == 0, count < n});
   return DECODE_OK;
 }
 
 // Routine of the length-agnostic form: result map d; flags against an
 // all-true predicate at the element width.
-// The map of the first `count` elements of E bytes, lanes 0..bytes-1.
-inline PredV leading_elements(int count, int ebytes) {
-  PredV p{};
-  const uint64_t starts = element_starts(ebytes);
-  int bits = count * ebytes;
-  for (int w = 0; w * 64 < bits; ++w)
-    p.w[w] = starts & (bits - 64 * w >= 64 ? ~uint64_t(0) : (uint64_t(1) << (bits - 64 * w)) - 1);
-  return p;
-}
-
 template <class T, int Bits>
 void whilele_routine(PredV* d, uint64_t rn, uint64_t rm, CpuContext* c) {
   constexpr int E = int(sizeof(T));
@@ -122,12 +110,12 @@ template <class T, WhileExec X, int Bits> aarch64_decode_rc while_handler(cpu_st
 }
 template <AgnosticWhile R> aarch64_decode_rc whilele_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  CpuContext c = make_context(s);
+  CpuContext c = pred_context(s);
   PredV d;
   R(&d, read_reg(s, aarch64_i_reg{uint8_t(field(w, 9, 5))}), read_reg(s, aarch64_i_reg{uint8_t(field(w, 20, 16))}),
     &c);
   unpack_pred(d, s->p[field(w, 3, 0)]);
-  finish_context(s, c);
+  finish_pred_context(s, c);
   return DECODE_OK;
 }
 

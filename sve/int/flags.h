@@ -38,11 +38,9 @@ inline uint64_t element_starts(int step) {
 // The lanes are packed into 64-bit map words and kept only at element
 // starts, so the first and last active elements are bit scans.
 template <class T>
-inline void sve_ptest(cpu_state* s, const char* governing, const char* tested) {
+inline void sve_ptest_maps(cpu_state* s, const PredV& g, const PredV& t) {
   static_assert(SVE_VL_BYTES <= 128, "two map words");
   constexpr uint64_t starts = kElementStarts<int(sizeof(T))>;
-  PredV g = pack_pred(reinterpret_cast<const uint8_t*>(governing));
-  PredV t = pack_pred(reinterpret_cast<const uint8_t*>(tested));
   uint64_t glo = g.w[0] & starts, ghi = g.w[1] & starts, tlo = t.w[0] & starts, thi = t.w[1] & starts;
   NzcFlags f{false, ((glo & tlo) | (ghi & thi)) == 0, true};
   if (glo | ghi) {
@@ -51,22 +49,37 @@ inline void sve_ptest(cpu_state* s, const char* governing, const char* tested) {
   }
   s->nzcv = with_nzcv(s->nzcv, f);
 }
+template <class T>
+inline void sve_ptest(cpu_state* s, const char* governing, const char* tested) {
+  sve_ptest_maps<T>(s, pack_pred(reinterpret_cast<const uint8_t*>(governing)),
+                    pack_pred(reinterpret_cast<const uint8_t*>(tested)));
+}
 
 // ---- length-agnostic helpers over packed predicates ----
 
 inline int pred_elems(const CpuContext* c, int esize_bits) { return int(c->vl & VL_UNITS_MASK) * 64 / esize_bits; }
 
+// The first and last active elements of E-bit elements, -1 when none: bit
+// scans of the map words kept at element starts, the top word also within
+// the length.
+inline uint64_t top_word_bits(int bytes) { return ~uint64_t(0) >> (63 - ((bytes - 1) & 63)); }
 inline int FindFirstActive(const PredV& p, int esize_bits, const CpuContext* c) {
-  int n = pred_elems(c, esize_bits), step = esize_bits / 8;
-  for (int i = 0; i < n; ++i)
-    if (p.bit(i * step)) return i;
-  return -1;
+  const int step = esize_bits / 8, bytes = vl_bytes(c), top = (bytes - 1) >> 6;
+  const uint64_t starts = element_starts(step);
+  if (bytes <= 0) return -1;
+  for (int w = 0; w < top; ++w)
+    if (uint64_t x = p.w[w] & starts) return (64 * w + __builtin_ctzll(x)) / step;
+  uint64_t x = p.w[top] & starts & top_word_bits(bytes);
+  return x ? (64 * top + __builtin_ctzll(x)) / step : -1;
 }
 inline int FindLastActive(const PredV& p, int esize_bits, const CpuContext* c) {
-  int n = pred_elems(c, esize_bits), step = esize_bits / 8;
-  for (int i = n - 1; i >= 0; --i)
-    if (p.bit(i * step)) return i;
-  return -1;
+  const int step = esize_bits / 8, bytes = vl_bytes(c);
+  const uint64_t starts = element_starts(step);
+  if (bytes <= 0) return -1;
+  int w = (bytes - 1) >> 6;
+  uint64_t x = p.w[w] & starts & top_word_bits(bytes);
+  while (!x && w > 0) x = p.w[--w] & starts;
+  return x ? (64 * w + 63 - __builtin_clzll(x)) / step : -1;
 }
 
 // N and C from the result's lowest element bit; Z counts an element of the
@@ -77,17 +90,22 @@ inline NzcFlags pred_nzc(const PredV& g, const PredV& r, int esize_bits, const C
   const int step = esize_bits / 8, bytes = vl_bytes(c);
   const uint64_t starts = element_starts(step);
   NzcFlags f{false, true, true};
-  bool seen = false;
-  for (int w = 0; w * 64 < bytes; ++w) {
-    uint64_t valid = bytes - 64 * w >= 64 ? ~uint64_t(0) : (uint64_t(1) << (bytes - 64 * w)) - 1;
-    uint64_t act = g.w[w] & starts & valid;
-    if (!act) continue;
-    uint64_t rw = r.w[w], any = rw;
-    for (int k = 1; k < step; ++k) any |= rw >> k;
-    if (act & any) f.z = false;
-    if (!seen) f.n = (rw >> __builtin_ctzll(act)) & 1;
-    seen = true;
-    f.c = !((rw >> (63 - __builtin_clzll(act))) & 1);
+  if (bytes <= 0) return f;
+  const int top = (bytes - 1) >> 6;
+  uint64_t hits = 0, first_act = 0, last_act = 0;
+  int first = -1, last = -1;
+  for (int w = 0; w <= top; ++w) {
+    uint64_t act = g.w[w] & starts & (w == top ? top_word_bits(bytes) : ~uint64_t(0));
+    uint64_t any = r.w[w];  // bit k: some bit of the element starting at k is set
+    for (int k = 1; k < step; k <<= 1) any |= any >> k;
+    hits |= act & any;
+    if (act && first < 0) first = w, first_act = act;
+    if (act) last = w, last_act = act;
+  }
+  f.z = hits == 0;
+  if (first >= 0) {
+    f.n = (r.w[first] >> __builtin_ctzll(first_act)) & 1;
+    f.c = !((r.w[last] >> (63 - __builtin_clzll(last_act))) & 1);
   }
   return f;
 }

@@ -2,34 +2,58 @@
 // scalar), CPY (immediate merging and zeroing; scalar; SIMD&FP scalar) and the
 // unpredicated MOVPRFX. Fixed length.
 #include "sve/decode/routes.h"
+#include "sve/int/perm_arrays.h"
 
 namespace sve {
 namespace {
 
 // Every element of d = v.
 template <class T> inline void fill(uint8_t* d, T v) {
+#pragma GCC unroll 16
   for (int i = 0; i < kElems<T>; ++i) set_elem<T>(d, i, v);
 }
 // Active elements = v; inactive keep d (merging) or become 0 (zeroing).
-template <class T> inline void fill_active(uint8_t* d, const uint8_t* pg, T v, bool zeroing) {
+// Built in a temporary, which the compiler knows is apart from the sources.
+template <class T, bool Zeroing> inline void fill_active(uint8_t* d, const uint8_t* pg, T v) {
+  using U = std::make_unsigned_t<T>;
+  alignas(16) uint8_t tmp[SVE_VL_BYTES];
+#pragma GCC unroll 16
   for (int i = 0; i < kElems<T>; ++i) {
-    T m = T(T(0) - T(elem<T>(pg, i) & 1));
-    T old = zeroing ? T(0) : elem<T>(d, i);
-    set_elem<T>(d, i, T((v & m) | (old & T(~m))));
+    U m = LanePred{pg}.mask<T>(i);
+    U old = Zeroing ? U(0) : elem<U>(d, i);
+    set_elem<U>(tmp, i, U((U(v) & m) | (old & U(~m))));
   }
+  std::memcpy(d, tmp, SVE_VL_BYTES);
 }
 
-inline aarch64_decode_rc fill_z(cpu_state* s, aarch64_z_reg zd, uint64_t v) {
-  return by_esize<false>(zd.esize, [&](auto tag) {
-    using T = typename decltype(tag)::type;
+// Element `index` of n in every element of d (zeros past the vector); the
+// same for 16-byte quadwords.
+template <class T> inline void dup_element(uint8_t* d, const uint8_t* n, unsigned index) {
+  fill<T>(d, index < unsigned(kElems<T>) ? elem<T>(n, int(index)) : T(0));
+}
+inline void dup_quadword(uint8_t* d, const uint8_t* n, unsigned index) {
+  alignas(16) uint8_t q[16] = {};
+  if (index < unsigned(SVE_VL_BYTES / 16)) std::memcpy(q, n + 16 * index, 16);
+#pragma GCC unroll 8
+  for (int off = 0; off < SVE_VL_BYTES; off += 16) std::memcpy(d + off, q, 16);
+}
+
+// Active elements of Zd = v, the rest as the predicate's zeroing bit says.
+template <class T> [[gnu::always_inline]] inline void fill_active_pred(uint8_t* d, const uint8_t* pg, T v, bool zeroing) {
+  if (zeroing) fill_active<T, true>(d, pg, v);
+  else fill_active<T, false>(d, pg, v);
+}
+[[gnu::always_inline]] inline aarch64_decode_rc fill_z(cpu_state* s, aarch64_z_reg zd, uint64_t v) {
+  return by_esize<false>(zd.esize, [&](auto t) {
+    using T = typename decltype(t)::type;
     fill<T>(s->z[zd.num], T(v));
     return DECODE_OK;
   });
 }
-inline aarch64_decode_rc fill_active_z(cpu_state* s, aarch64_z_reg zd, aarch64_p_reg pg, uint64_t v) {
-  return by_esize<false>(zd.esize, [&](auto tag) {
-    using T = typename decltype(tag)::type;
-    fill_active<T>(s->z[zd.num], s->p[pg.num], T(v), pg.zeroing);
+[[gnu::always_inline]] inline aarch64_decode_rc fill_active_z(cpu_state* s, aarch64_z_reg zd, aarch64_p_reg pg, uint64_t v) {
+  return by_esize<false>(zd.esize, [&](auto t) {
+    using T = typename decltype(t)::type;
+    fill_active_pred<T>(s->z[zd.num], s->p[pg.num], T(v), pg.zeroing);
     return DECODE_OK;
   });
 }
@@ -37,31 +61,39 @@ inline aarch64_decode_rc fill_active_z(cpu_state* s, aarch64_z_reg zd, aarch64_p
 }  // namespace
 }  // namespace sve
 
+SVE_EXECUTORS_BEGIN
 // Element `index` of Zn (16-byte quadwords when esize is 4) in every element
 // of Zd; all zeros when the element lies past the vector.
-aarch64_decode_rc sve_dup_zzi(cpu_state* s, aarch64_z_reg zd, aarch64_z_reg zn, unsigned index) {
-  int ebytes = 1 << zd.esize;
-  alignas(16) uint8_t element[16] = {};
-  if (index * unsigned(ebytes) < unsigned(SVE_VL_BYTES)) std::memcpy(element, s->z[zn.num] + index * ebytes, ebytes);
-  for (int off = 0; off < SVE_VL_BYTES; off += ebytes) std::memcpy(s->z[zd.num] + off, element, ebytes);
+SVE_EXECUTOR aarch64_decode_rc sve_dup_zzi(cpu_state* s, aarch64_z_reg zd, aarch64_z_reg zn, unsigned index) {
+  uint8_t* d = s->z[zd.num];
+  const uint8_t* n = s->z[zn.num];
+  switch (zd.esize) {
+    case 0: sve::dup_element<uint8_t>(d, n, index); break;
+    case 1: sve::dup_element<uint16_t>(d, n, index); break;
+    case 2: sve::dup_element<uint32_t>(d, n, index); break;
+    case 3: sve::dup_element<uint64_t>(d, n, index); break;
+    default: sve::dup_quadword(d, n, index); break;
+  }
   return DECODE_OK;
 }
-aarch64_decode_rc sve_dup_zi(cpu_state* s, aarch64_z_reg zd, int64_t imm) { return sve::fill_z(s, zd, uint64_t(imm)); }
-aarch64_decode_rc sve_dup_zr(cpu_state* s, aarch64_z_reg zd, aarch64_i_rsp_reg rn) {
+SVE_EXECUTOR aarch64_decode_rc sve_dup_zi(cpu_state* s, aarch64_z_reg zd, int64_t imm) { return sve::fill_z(s, zd, uint64_t(imm)); }
+SVE_EXECUTOR aarch64_decode_rc sve_dup_zr(cpu_state* s, aarch64_z_reg zd, aarch64_i_rsp_reg rn) {
   return sve::fill_z(s, zd, read_reg(s, rn));
 }
-aarch64_decode_rc sve_cpy_zpi(cpu_state* s, aarch64_z_reg zd, aarch64_p_reg pg, int64_t imm) {
+SVE_EXECUTOR aarch64_decode_rc sve_cpy_zpi(cpu_state* s, aarch64_z_reg zd, aarch64_p_reg pg, int64_t imm) {
   return sve::fill_active_z(s, zd, pg, uint64_t(imm));
 }
-aarch64_decode_rc sve_cpy_zpr(cpu_state* s, aarch64_z_reg zd, aarch64_p_reg pg, aarch64_i_rsp_reg rn) {
+SVE_EXECUTOR aarch64_decode_rc sve_cpy_zpr(cpu_state* s, aarch64_z_reg zd, aarch64_p_reg pg, aarch64_i_rsp_reg rn) {
   return sve::fill_active_z(s, zd, pg, read_reg(s, rn));
 }
 // The low element of SIMD&FP register Vn (the low bytes of Zn).
-aarch64_decode_rc sve_cpy_zpv(cpu_state* s, aarch64_z_reg zd, aarch64_p_reg pg, unsigned vn) {
+SVE_EXECUTOR aarch64_decode_rc sve_cpy_zpv(cpu_state* s, aarch64_z_reg zd, aarch64_p_reg pg, unsigned vn) {
   uint64_t v;
   std::memcpy(&v, s->z[vn], 8);
   return sve::fill_active_z(s, zd, pg, v);
 }
+SVE_EXECUTORS_END
+
 aarch64_decode_rc sve_movprfx_zz(cpu_state* s, aarch64_z_reg zd, aarch64_z_reg zn) {
   std::memmove(s->z[zd.num], s->z[zn.num], SVE_VL_BYTES);
   return DECODE_OK;

@@ -4,6 +4,7 @@
 // length; the others run length agnostic.
 #include "sve/decode/routes.h"
 #include "sve/int/flags.h"
+#include "sve/int/pred_drivers.h"
 
 namespace sve {
 namespace {
@@ -116,22 +117,22 @@ template <class T> aarch64_decode_rc clastb_r_handler(cpu_state* s, unsigned w) 
 }
 
 // Agnostic scalar forms: the routine gets Xdn (or Vdn's low element) and the
-// packed Pg; the result goes to the general or the SIMD&FP register.
+// packed Pg; the result goes to the general or the SIMD&FP register. The
+// routine reads one element below the length, so it reads Zn in place.
 template <class T, bool ToSimd, AgnosticScalar R> aarch64_decode_rc scalar_handler(cpu_state* s, unsigned w) {
   s->insn = w;
   unsigned d = field(w, 4, 0);
-  CpuContext c = make_context(s);
-  VecImage z = load_image(s, field(w, 9, 5));
+  CpuContext c = pred_context(s);
   PredV pg = pack_pred(s->p[field(w, 12, 10)]);
   uint64_t v = ToSimd ? uint64_t(elem<T>(s->z[d], 0)) : read_reg(s, aarch64_i_reg{uint8_t(d)});
-  R(&v, z.b, &pg, &c);
+  R(&v, s->z[field(w, 9, 5)], &pg, &c);
   if (ToSimd) write_v<T>(s, d, T(v));
   else write_reg(s, aarch64_i_reg{uint8_t(d)}, v);
   return DECODE_OK;
 }
 template <AgnosticVV R> aarch64_decode_rc vector_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  return run_agnostic_vv(s, field(w, 4, 0), field(w, 4, 0), int(field(w, 12, 10)), field(w, 9, 5), R);
+  return run_vector_vv(s, field(w, 4, 0), field(w, 4, 0), int(field(w, 12, 10)), field(w, 9, 5), R);
 }
 
 }  // namespace

@@ -1,19 +1,27 @@
 // SEL on vectors: Zd = Pg ? Zn : Zm element by element. Fixed length.
 #include "sve/decode/routes.h"
+#include "sve/int/perm_arrays.h"
 
-aarch64_decode_rc sve_sel_zpzz(cpu_state* s, aarch64_z_reg zd, aarch64_p_reg pg, aarch64_z_reg zn, aarch64_z_reg zm) {
-  return sve::by_esize<false>(zd.esize, [&](auto tag) {
-    using T = typename decltype(tag)::type;
-    alignas(16) uint8_t tmp[SVE_VL_BYTES];
-    const uint8_t *g = s->p[pg.num], *n = s->z[zn.num], *m = s->z[zm.num];
-    for (int i = 0; i < sve::kElems<T>; ++i) {
-      T mask = T(T(0) - T(sve::elem<T>(g, i) & 1));
-      sve::set_elem<T>(tmp, i, T((sve::elem<T>(n, i) & mask) | (sve::elem<T>(m, i) & T(~mask))));
-    }
-    std::memcpy(s->z[zd.num], tmp, SVE_VL_BYTES);
+namespace sve {
+namespace {
+// Zd = Pg ? Zn : Zm at T elements, through a temporary (Zd may be any source).
+template <class T> inline void select(uint8_t* d, const uint8_t* g, const uint8_t* n, const uint8_t* m) {
+  alignas(16) uint8_t tmp[SVE_VL_BYTES];
+#pragma GCC unroll 16
+  for (int i = 0; i < kElems<T>; ++i) set_elem<T>(tmp, i, merge<T>(LanePred{g}.mask<T>(i), elem<T>(n, i), elem<T>(m, i)));
+  std::memcpy(d, tmp, SVE_VL_BYTES);
+}
+}  // namespace
+}  // namespace sve
+
+SVE_EXECUTORS_BEGIN
+SVE_EXECUTOR aarch64_decode_rc sve_sel_zpzz(cpu_state* s, aarch64_z_reg zd, aarch64_p_reg pg, aarch64_z_reg zn, aarch64_z_reg zm) {
+  return sve::by_esize<false>(zd.esize, [&](auto t) {
+    sve::select<typename decltype(t)::type>(s->z[zd.num], s->p[pg.num], s->z[zn.num], s->z[zm.num]);
     return DECODE_OK;
   });
 }
+SVE_EXECUTORS_END
 
 namespace sve {
 namespace {

@@ -2,29 +2,43 @@
 #include "sve/decode/routes.h"
 #include "sve/int/perm_arrays.h"
 
-// Zd[i] = Zn[Zm[i]] when the index is below the element count, else 0.
-aarch64_decode_rc sve_tbl_zzz(cpu_state* s, aarch64_z_reg zd, aarch64_z_reg zn, aarch64_z_reg zm) {
-  return sve::by_esize<false>(zd.esize, [&](auto tag) {
-    using T = typename decltype(tag)::type;
-    constexpr int n = sve::kElems<T>;
-    alignas(16) uint8_t tmp[SVE_VL_BYTES];
-    const uint8_t *table = s->z[zn.num], *idx = s->z[zm.num];
-    for (int i = 0; i < n; ++i) {
-      T k = sve::elem<T>(idx, i);
-      sve::set_elem<T>(tmp, i, k < T(n) ? sve::elem<T>(table, int(k)) : T(0));
-    }
-    std::memcpy(s->z[zd.num], tmp, SVE_VL_BYTES);
+namespace sve {
+namespace {
+// Zd[i] = Zn[Zm[i]] when the index is below the element count, else 0. The
+// table is copied with zeros after it: byte indices (all below 256) look it
+// up directly, wider ones clamped to the first zero; so d may be any source
+// and the loop has no branch.
+template <class T> void tbl(uint8_t* d, const uint8_t* table, const uint8_t* idx) {
+  constexpr int n = kElems<T>, slots = sizeof(T) == 1 ? 256 : n + 1;
+  T t[slots];
+  std::memcpy(t, table, SVE_VL_BYTES);
+  for (int k = n; k < slots; ++k) t[k] = 0;
+#pragma GCC unroll 16
+  for (int i = 0; i < n; ++i) {
+    T k = elem<T>(idx, i);
+    if constexpr (sizeof(T) == 1) set_elem<T>(d, i, t[k]);
+    else set_elem<T>(d, i, t[k < T(n) ? k : T(n)]);
+  }
+}
+}  // namespace
+}  // namespace sve
+
+SVE_EXECUTORS_BEGIN
+SVE_EXECUTOR aarch64_decode_rc sve_tbl_zzz(cpu_state* s, aarch64_z_reg zd, aarch64_z_reg zn, aarch64_z_reg zm) {
+  return sve::by_esize<false>(zd.esize, [&](auto t) {
+    sve::tbl<typename decltype(t)::type>(s->z[zd.num], s->z[zn.num], s->z[zm.num]);
     return DECODE_OK;
   });
 }
+SVE_EXECUTORS_END
 
 // Zdn = 112 bytes of Zdn:Zm from the byte offset; an offset past the vector counts as 0.
 aarch64_decode_rc sve_ext_zzi(cpu_state* s, aarch64_z_reg zdn, aarch64_z_reg zm, unsigned offset) {
   if (offset >= unsigned(SVE_VL_BYTES)) offset = 0;
-  alignas(16) uint8_t tmp[SVE_VL_BYTES];
-  std::memcpy(tmp, s->z[zdn.num] + offset, SVE_VL_BYTES - offset);
-  std::memcpy(tmp + SVE_VL_BYTES - offset, s->z[zm.num], offset);
-  std::memcpy(s->z[zdn.num], tmp, SVE_VL_BYTES);
+  alignas(16) uint8_t both[2 * SVE_VL_BYTES];  // fixed-size copies, no library calls
+  std::memcpy(both, s->z[zdn.num], SVE_VL_BYTES);
+  std::memcpy(both + SVE_VL_BYTES, s->z[zm.num], SVE_VL_BYTES);
+  std::memcpy(s->z[zdn.num], both + offset, SVE_VL_BYTES);
   return DECODE_OK;
 }
 

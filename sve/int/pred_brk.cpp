@@ -43,23 +43,55 @@ inline bool last_active_true(const PredV& g, const PredV& n, int bytes) {
 
 // ---- fixed length, over lanes ----
 
+// Lanes before the first lane set in both a and b (all of them when none is).
+inline int lanes_before_first_common(const uint8_t* a, const uint8_t* b) {
+  for (int j = 0; j < SVE_VL_BYTES; j += 8) {  // eight lanes at a time
+    uint64_t x, y;
+    std::memcpy(&x, a + j, 8);
+    std::memcpy(&y, b + j, 8);
+    if (x & y) return j + __builtin_ctzll(x & y) / 8;
+  }
+  return SVE_VL_BYTES;
+}
+// Whether the last lane set in g is set in n (false when none is).
+inline bool last_lane_true(const uint8_t* g, const uint8_t* n) {
+  for (int j = SVE_VL_BYTES - 8; j >= 0; j -= 8) {
+    uint64_t x;
+    std::memcpy(&x, g + j, 8);
+    if (x) return n[j + (63 - __builtin_clzll(x)) / 8] & 1;
+  }
+  return false;
+}
+// out = the active lanes of g among the first `count` lanes; inactive lanes
+// keep Pd when merging, else 0. Pd and out may alias g.
+template <bool Merging> inline void break_result(uint8_t* out, const uint8_t* g, const uint8_t* pd, int count) {
+  const uint8_t* prefix = all_true_lanes(0) + SVE_VL_BYTES - count;  // count ones, then zeros
+  lanes_words(out, g, prefix, pd, [](uint64_t gw, uint64_t p, uint64_t d, uint64_t) {
+    return ((gw & p) | (Merging ? d & ~gw : 0)) & 0x0101010101010101ull;
+  });
+}
+
 template <bool After>
 aarch64_decode_rc break_lanes(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_p_reg pn) {
-  PredV g = pack_pred(s->p[pg.num]), r = break_map<After>(g, pack_pred(s->p[pn.num]), true, SVE_VL_BYTES);
-  if (!pg.zeroing) {  // merging: inactive lanes keep Pd
-    PredV old = pack_pred(s->p[pd.num]);
-    for (int w = 0; w < kWords; ++w) r.w[w] |= old.w[w] & ~g.w[w];
-  }
-  unpack_pred(r, s->p[pd.num]);
+  const uint8_t* g = s->p[pg.num];
+  int before = lanes_before_first_common(g, s->p[pn.num]);
+  int count = After && before < SVE_VL_BYTES ? before + 1 : before;
+  if (pg.zeroing) break_result<false>(s->p[pd.num], g, g, count);
+  else break_result<true>(s->p[pd.num], g, s->p[pd.num], count);
   return DECODE_OK;
 }
 
-// The result goes to tmp; the caller tests it before Pd (which may be Pg) is written.
+// The result goes to out (Pd, or a temporary when the caller tests it before
+// Pd, which may be Pg, is written).
 template <bool After>
 void break_prev_lanes(cpu_state* s, uint8_t* tmp, aarch64_p_reg pg, aarch64_p_reg pn, aarch64_p_reg pm) {
-  PredV g = pack_pred(s->p[pg.num]);
-  bool run = last_active_true(g, pack_pred(s->p[pn.num]), SVE_VL_BYTES);
-  unpack_pred(break_map<After>(g, pack_pred(s->p[pm.num]), run, SVE_VL_BYTES), tmp);
+  const uint8_t* g = s->p[pg.num];
+  int count = 0;
+  if (last_lane_true(g, s->p[pn.num])) {
+    int before = lanes_before_first_common(g, s->p[pm.num]);
+    count = After && before < SVE_VL_BYTES ? before + 1 : before;
+  }
+  break_result<false>(tmp, g, g, count);
 }
 
 // ---- length agnostic, over packed maps ----
@@ -102,9 +134,13 @@ aarch64_decode_rc sve_brkns_ppp(cpu_state* s, aarch64_p_reg pdm, aarch64_p_reg p
 
 aarch64_decode_rc sve_brkpb(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_p_reg pn, aarch64_p_reg pm,
                             bool set_flags) {
+  if (!set_flags) {  // the break is found before Pd is written, which may then alias any source
+    sve::break_prev_lanes<false>(s, s->p[pd.num], pg, pn, pm);
+    return DECODE_OK;
+  }
   alignas(16) uint8_t tmp[SVE_VL_BYTES];
   sve::break_prev_lanes<false>(s, tmp, pg, pn, pm);
-  if (set_flags) sve::ptest_esize(s, 0, s->p[pg.num], tmp);
+  sve::ptest_esize(s, 0, s->p[pg.num], tmp);
   std::memcpy(s->p[pd.num], tmp, SVE_VL_BYTES);
   return DECODE_OK;
 }

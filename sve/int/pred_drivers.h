@@ -17,47 +17,48 @@ namespace sve {
 
 // ---- unpacked lanes ----
 
-// The E-byte element i of a predicate written as the integer 0 or 1.
-inline void set_pred_elem(uint8_t* lanes, int i, int ebytes, bool v) {
-  lanes[i * ebytes] = v;
-  for (int k = 1; k < ebytes; ++k) lanes[i * ebytes + k] = 0;
+// Element starts of E-byte elements among the eight lanes of a 64-bit word.
+constexpr uint64_t lane_starts(int ebytes) {
+  return ebytes == 1 ? 0x0101010101010101ull : ebytes == 2 ? 0x0001000100010001ull
+                                                : ebytes == 4 ? 0x0000000100000001ull : 1ull;
 }
 
-// Elements per vector at E bytes; the first E-byte element with bit 0 set
-// searching down from the top, or -1.
-inline int last_true(const uint8_t* lanes, int ebytes) {
-  for (int i = SVE_VL_BYTES / ebytes - 1; i >= 0; --i)
-    if (lanes[i * ebytes] & 1) return i;
-  return -1;
-}
-inline int first_true(const uint8_t* lanes, int ebytes) {
-  for (int i = 0; i < SVE_VL_BYTES / ebytes; ++i)
-    if (lanes[i * ebytes] & 1) return i;
-  return -1;
-}
-inline int count_true(const uint8_t* lanes, int ebytes) {
-  int c = 0;
-  for (int i = 0; i < SVE_VL_BYTES; i += ebytes) c += lanes[i] & 1;
-  return c;
+// body(j, g, n, m, d) for each 16-byte run j of the lanes, with the run of each
+// register as two 64-bit words; the result run is stored before the next run
+// is read, so Pd may alias any source (every lane depends only on its own).
+template <class F>
+inline void lanes_words(uint8_t* pd, const uint8_t* pg, const uint8_t* pn, const uint8_t* pm, F f) {
+  static_assert(SVE_VL_BYTES % 16 == 0);
+#pragma GCC unroll 8
+  for (int j = 0; j < SVE_VL_BYTES; j += 16) {
+    uint64_t g[2], n[2], m[2], d[2], r[2];
+    std::memcpy(g, pg + j, 16);
+    std::memcpy(n, pn + j, 16);
+    std::memcpy(m, pm + j, 16);
+    std::memcpy(d, pd + j, 16);
+    for (int k = 0; k < 2; ++k) r[k] = f(g[k], n[k], m[k], d[k]);
+    std::memcpy(pd + j, r, 16);
+  }
 }
 
 // Pd[k] = Pg[k] ? f(Pn[k], Pm[k]) : (zeroing ? 0 : Pd[k]) over all lanes, bit 0
 // of each lane only, eight lanes per 64-bit word (f is a bitwise operation on
-// words); built in a temporary so that Pd may alias any source.
+// words); Pd may alias any source.
 template <class F>
 inline void lanes_ppp(uint8_t* pd, const uint8_t* pg, const uint8_t* pn, const uint8_t* pm, bool zeroing, F f) {
   constexpr uint64_t kLow = 0x0101010101010101ull;
-  uint64_t keep_mask = zeroing ? 0 : kLow;
-  uint64_t tmp[SVE_VL_BYTES / 8];
-  for (int j = 0; j < SVE_VL_BYTES / 8; ++j) {
-    uint64_t g, n, m, d;
-    std::memcpy(&g, pg + 8 * j, 8);
-    std::memcpy(&n, pn + 8 * j, 8);
-    std::memcpy(&m, pm + 8 * j, 8);
-    std::memcpy(&d, pd + 8 * j, 8);
-    tmp[j] = (f(n, m) & g & kLow) | (d & ~g & keep_mask);
-  }
-  std::memcpy(pd, tmp, SVE_VL_BYTES);
+  if (zeroing)
+    lanes_words(pd, pg, pn, pm, [&](uint64_t g, uint64_t n, uint64_t m, uint64_t) { return f(n, m) & g & kLow; });
+  else
+    lanes_words(pd, pg, pn, pm, [&](uint64_t g, uint64_t n, uint64_t m, uint64_t d) {
+      return ((f(n, m) & g) | (d & ~g)) & kLow;
+    });
+}
+
+// Pd[k] = Pg[k] ? Pn[k] : Pm[k] over all lanes, bit 0 of each lane only.
+inline void lanes_select(uint8_t* pd, const uint8_t* pg, const uint8_t* pn, const uint8_t* pm) {
+  constexpr uint64_t kLow = 0x0101010101010101ull;
+  lanes_words(pd, pg, pn, pm, [](uint64_t g, uint64_t n, uint64_t m, uint64_t) { return ((n & g) | (m & ~g)) & kLow; });
 }
 
 // The fixed-length predicate test at an element-size code.
@@ -72,45 +73,116 @@ inline void ptest_esize(cpu_state* s, int esize, const uint8_t* governing, const
   }
 }
 
+// For each element size, the lanes of an all-true predicate followed by as
+// many false lanes: the window of 112 lanes ending `bytes` lanes into the
+// false half holds `bytes` true lanes, then false ones.
+struct LeadingLanes {
+  uint8_t l[4][2 * SVE_VL_BYTES];
+};
+constexpr LeadingLanes make_leading_lanes() {
+  LeadingLanes t{};
+  for (int e = 0; e < 4; ++e)
+    for (int k = 0; k < SVE_VL_BYTES; k += 1 << e) t.l[e][k] = 1;
+  return t;
+}
+inline constexpr LeadingLanes kLeadingLanes = make_leading_lanes();
+
 // All-true lanes at E bytes (an E-byte 1 per element).
-inline const uint8_t* all_true_lanes(int esize) {
-  struct Table {
-    uint8_t l[4][SVE_VL_BYTES];
-    Table() : l{} {
-      for (int e = 0; e < 4; ++e)
-        for (int k = 0; k < SVE_VL_BYTES; k += 1 << e) l[e][k] = 1;
-    }
-  };
-  static const Table t;
-  return t.l[esize & 3];
+inline const uint8_t* all_true_lanes(int esize) { return kLeadingLanes.l[esize & 3]; }
+// Pd = the first `count` elements true, the rest false (count at most the element count).
+inline void leading_lanes(uint8_t* pd, int esize, int count) {
+  std::memcpy(pd, kLeadingLanes.l[esize & 3] + SVE_VL_BYTES - (count << (esize & 3)), SVE_VL_BYTES);
+}
+
+// Number of E-byte elements whose first lane is set in both a and b (b = a
+// counts a alone). Lanes are 0 or 1, so the words add up lane by lane without
+// carries (at most 14 per lane), and one multiply adds up the eight lanes.
+template <int E> inline int count_lanes(const uint8_t* a, const uint8_t* b) {
+  uint64_t acc = 0;
+#pragma GCC unroll 16
+  for (int j = 0; j < SVE_VL_BYTES; j += 8) {
+    uint64_t x, y;
+    std::memcpy(&x, a + j, 8);
+    std::memcpy(&y, b + j, 8);
+    acc += x & y & lane_starts(E);
+  }
+  static_assert(SVE_VL_BYTES < 256, "the total stays below 256");
+  return int((acc * 0x0101010101010101ull) >> 56);
 }
 
 // ---- packed maps ----
 
-// Flags (bits 31-28 only), status and FFR back into the state.
-inline void finish_context(cpu_state* s, const CpuContext& c) {
-  s->nzcv = (s->nzcv & ~uint64_t(0xF0000000u)) | (c.flags & 0xF0000000u);
-  s->fpsr = c.fpsr;
-  unpack_pred(c.ffr, s->ffr);
-}
-
 // Element e of E bits of a map.
 inline bool pbit(const PredV& p, int e, int ebits) { return p.bit(e * ebits); }
+
+// The map of the first `count` elements of E bytes.
+inline PredV leading_elements(int count, int ebytes) {
+  PredV p{};
+  const uint64_t starts = element_starts(ebytes);
+  int bits = count * ebytes;
+  for (int w = 0; w * 64 < bits; ++w)
+    p.w[w] = starts & (bits - 64 * w >= 64 ? ~uint64_t(0) : (uint64_t(1) << (bits - 64 * w)) - 1);
+  return p;
+}
 
 // Routine of a predicate-to-predicate operation on the length-agnostic route.
 using AgnosticPPPP = void (*)(PredV* d, const PredV* g, const PredV* n, const PredV* m, CpuContext* c);
 
+// The context of a routine of these families: flags, status, control and
+// length. Their routines neither read nor write the FFR, so it is left clear
+// here and not written back (packing and unpacking it would double the cost
+// of the cheaper routines).
+inline CpuContext pred_context(const cpu_state* s) {
+  CpuContext c;
+  c.flags = uint32_t(s->nzcv);
+  c.fpsr = s->fpsr;
+  c.fpcr = s->fpcr & FPCR_CONTEXT_MASK;
+  c.vl = SVE_VL_BYTES / 8;
+  c.ffr = PredV{};
+  return c;
+}
+// Flags (bits 31-28 only) and status back into the state.
+inline void finish_pred_context(cpu_state* s, const CpuContext& c) {
+  s->nzcv = (s->nzcv & ~uint64_t(0xF0000000u)) | (c.flags & 0xF0000000u);
+  s->fpsr = c.fpsr;
+}
+
 // Packs the predicates the routine reads (a negative number packs none),
-// runs it and unpacks the result into Pd.
-inline aarch64_decode_rc run_agnostic_pppp(cpu_state* s, unsigned pd, int pg, int pn, int pm, AgnosticPPPP r) {
-  CpuContext c = make_context(s);
+// runs it and unpacks the result into Pd. Inlined into each handler, where
+// the registers it packs are known.
+[[gnu::always_inline]] inline aarch64_decode_rc run_agnostic_pppp(cpu_state* s, unsigned pd, int pg, int pn, int pm, AgnosticPPPP r) {
+  CpuContext c = pred_context(s);
   PredV g{}, n{}, m{}, d{};
   if (pg >= 0) g = pack_pred(s->p[pg]);
   if (pn >= 0) n = pack_pred(s->p[pn]);
   if (pm >= 0) m = pack_pred(s->p[pm]);
   r(&d, &g, &n, &m, &c);
   unpack_pred(d, s->p[pd]);
-  finish_context(s, c);
+  finish_pred_context(s, c);
+  return DECODE_OK;
+}
+
+// As run_agnostic_vv and run_agnostic_vi of routes.h, with the FFR-free context
+// above: Zd = the routine over the images of Zn (and Zm), Pg packed when
+// pg >= 0.
+inline aarch64_decode_rc run_vector_vv(cpu_state* s, unsigned zd, unsigned zn, int pg, unsigned zm,
+                                       AgnosticVV routine) {
+  CpuContext c = pred_context(s);
+  VecImage a = load_image(s, int(zn)), b = load_image(s, int(zm)), out;
+  PredV p = pg < 0 ? PredV{} : pack_pred(s->p[pg]);
+  routine(out.b, a.b, &p, b.b, &c);
+  std::memcpy(s->z[zd], out.b, SVE_VL_BYTES);
+  s->fpsr = c.fpsr;
+  return DECODE_OK;
+}
+inline aarch64_decode_rc run_vector_vi(cpu_state* s, unsigned zd, unsigned zn, int pg, uint64_t imm,
+                                       AgnosticVI routine) {
+  CpuContext c = pred_context(s);
+  VecImage a = load_image(s, int(zn)), out;
+  PredV p = pg < 0 ? PredV{} : pack_pred(s->p[pg]);
+  routine(out.b, a.b, &p, imm, &c);
+  std::memcpy(s->z[zd], out.b, SVE_VL_BYTES);
+  s->fpsr = c.fpsr;
   return DECODE_OK;
 }
 

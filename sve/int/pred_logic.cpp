@@ -63,12 +63,10 @@ aarch64_decode_rc sve_orr_pppp(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg,
 aarch64_decode_rc sve_nor_pppp(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_p_reg pn, aarch64_p_reg pm) {
   return sve::fixed_logic<sve::Nor>(s, pd, pg, pn, pm);
 }
-// Pd = Pg ? Pn : Pm, lane by lane.
+// Pd = Pg ? Pn : Pm, lane by lane: Pn where Pg is set, else Pm (that is, Pm
+// as the merged-in destination and no zeroing).
 aarch64_decode_rc sve_sel_pppp(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_p_reg pn, aarch64_p_reg pm) {
-  alignas(16) uint8_t tmp[SVE_VL_BYTES];
-  const uint8_t *g = s->p[pg.num], *n = s->p[pn.num], *m = s->p[pm.num];
-  for (int k = 0; k < SVE_VL_BYTES; ++k) tmp[k] = uint8_t(((n[k] & g[k]) | (m[k] & ~g[k])) & 1);
-  std::memcpy(s->p[pd.num], tmp, SVE_VL_BYTES);
+  sve::lanes_select(s->p[pd.num], s->p[pg.num], s->p[pn.num], s->p[pm.num]);
   return DECODE_OK;
 }
 

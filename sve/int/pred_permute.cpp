@@ -1,23 +1,38 @@
 // Permutes on predicates: PUNPKLO, PUNPKHI, REV, ZIP1, ZIP2, UZP1, UZP2, TRN1,
 // TRN2 at the handler's element width (every lane of an element moves with
-// it). ZIP1, ZIP2, UZP1, REV and the unpacks run fixed length over lanes; UZP2,
-// TRN1 and TRN2 run length agnostic on packed maps.
+// it). ZIP1, ZIP2, UZP1, REV and the unpacks run fixed length over lanes, as
+// byte permutes of E-byte elements; UZP2, TRN1 and TRN2 run length agnostic on
+// packed maps.
 #include "sve/int/perm_arrays.h"
 #include "sve/int/pred_drivers.h"
 
 namespace {
 inline char* ch(uint8_t* p) { return reinterpret_cast<char*>(p); }
+inline uint8_t* u8(char* p) { return reinterpret_cast<uint8_t*>(p); }
 }  // namespace
 
-aarch64_decode_rc sve_zip1_ppp(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pn, aarch64_p_reg pm) {
+SVE_EXECUTORS_BEGIN
+// The byte-array helpers (declared in perm_arrays.h), here with their
+// predicate callers so that those inline them.
+SVE_EXECUTOR void sve_zip1(char* d, char* a, char* b, int element_size) {
+  sve::permute_bytes<sve::Zip1>(u8(d), u8(a), u8(b), element_size);
+}
+SVE_EXECUTOR void sve_zip2(char* d, char* a, char* b, int element_size) {
+  sve::permute_bytes<sve::Zip2>(u8(d), u8(a), u8(b), element_size);
+}
+SVE_EXECUTOR void sve_uzp1(char* d, char* a, char* b, int element_size) {
+  sve::permute_bytes<sve::Uzp<0>>(u8(d), u8(a), u8(b), element_size);
+}
+
+SVE_EXECUTOR aarch64_decode_rc sve_zip1_ppp(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pn, aarch64_p_reg pm) {
   sve_zip1(ch(s->p[pd.num]), ch(s->p[pn.num]), ch(s->p[pm.num]), 1 << pd.esize);
   return DECODE_OK;
 }
-aarch64_decode_rc sve_zip2_ppp(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pn, aarch64_p_reg pm) {
+SVE_EXECUTOR aarch64_decode_rc sve_zip2_ppp(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pn, aarch64_p_reg pm) {
   sve_zip2(ch(s->p[pd.num]), ch(s->p[pn.num]), ch(s->p[pm.num]), 1 << pd.esize);
   return DECODE_OK;
 }
-aarch64_decode_rc sve_uzp1_ppp(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pn, aarch64_p_reg pm) {
+SVE_EXECUTOR aarch64_decode_rc sve_uzp1_ppp(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pn, aarch64_p_reg pm) {
   sve_uzp1(ch(s->p[pd.num]), ch(s->p[pn.num]), ch(s->p[pm.num]), 1 << pd.esize);
   return DECODE_OK;
 }
@@ -27,10 +42,14 @@ aarch64_decode_rc sve_trn1_ppp(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pn,
   return DECODE_OK;
 }
 // Element order reversed at the element width.
-aarch64_decode_rc sve_rev_pp(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pn) {
-  sve::permute_bytes<sve::Rev>(s->p[pd.num], s->p[pn.num], s->p[pn.num], 1 << pd.esize);
-  return DECODE_OK;
+SVE_EXECUTOR aarch64_decode_rc sve_rev_pp(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pn) {
+  return sve::by_esize<false>(pd.esize, [&](auto t) {
+    const uint8_t* n = s->p[pn.num];
+    sve::permute_elems<sve::Rev, typename decltype(t)::type>(s->p[pd.num], n, n);
+    return DECODE_OK;
+  });
 }
+SVE_EXECUTORS_END
 
 namespace sve {
 namespace {

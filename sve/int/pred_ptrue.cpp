@@ -5,11 +5,7 @@
 
 // Pd = the first c elements true (c from the pattern), the rest false.
 aarch64_decode_rc sve_ptrue_pi(cpu_state* s, aarch64_p_reg pd, int pattern) {
-  int ebytes = 1 << pd.esize, elems = SVE_VL_BYTES >> pd.esize;
-  int c = sve::VecTrueILength(pattern, elems);
-  alignas(16) uint8_t tmp[SVE_VL_BYTES] = {};
-  for (int i = 0; i < c; ++i) tmp[i * ebytes] = 1;
-  std::memcpy(s->p[pd.num], tmp, SVE_VL_BYTES);
+  sve::leading_lanes(s->p[pd.num], pd.esize, sve::VecTrueILength(pattern, SVE_VL_BYTES >> pd.esize));
   return DECODE_OK;
 }
 aarch64_decode_rc sve_pfalse_p(cpu_state* s, aarch64_p_reg pd) {
@@ -25,9 +21,7 @@ namespace {
 template <class T>
 void ptrues_routine(PredV* d, int pattern, CpuContext* c) {
   constexpr int E = int(sizeof(T));
-  *d = PredV{};
-  int n = VecTrueILength(pattern, vl_bytes(c) / E);
-  for (int i = 0; i < n; ++i) d->set(i * E, true);
+  *d = leading_elements(VecTrueILength(pattern, vl_bytes(c) / E), E);
   PredSetNZCV(*d, *d, E * 8, c);
 }
 
@@ -41,11 +35,11 @@ template <class T> aarch64_decode_rc ptrue_handler(cpu_state* s, unsigned w) {
 }
 template <PTruesRoutine R> aarch64_decode_rc ptrues_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  CpuContext c = make_context(s);
+  CpuContext c = pred_context(s);
   PredV d;
   R(&d, int(field(w, 9, 5)), &c);
   unpack_pred(d, s->p[field(w, 3, 0)]);
-  finish_context(s, c);
+  finish_pred_context(s, c);
   return DECODE_OK;
 }
 aarch64_decode_rc pfalse_handler(cpu_state* s, unsigned w) {
