@@ -8,6 +8,7 @@
 // written once and driven by either route.
 #pragma once
 #include <cstdint>
+#include <concepts>
 #include <cstring>
 #include <type_traits>
 
@@ -37,6 +38,11 @@ struct LanePred {
     using U = std::make_unsigned_t<T>;
     return U(U(0) - U(elem<U>(lanes, i) & 1u));
   }
+  // Byte elements 2k and 2k+1 as the two bytes of one 16-bit mask.
+  uint16_t pair_mask(int k) const {
+    unsigned x = elem<uint16_t>(lanes, k) & 0x0101u;
+    return uint16_t((x << 8) - x);
+  }
 };
 struct PackedPred {
   const PredV* p;
@@ -45,10 +51,12 @@ struct PackedPred {
     using U = std::make_unsigned_t<T>;
     return U(U(0) - U(p->bit(i * int(sizeof(T)))));
   }
+  uint16_t pair_mask(int k) const { return uint16_t((p->bit(2 * k) ? 0xFFu : 0u) | (p->bit(2 * k + 1) ? 0xFF00u : 0u)); }
 };
 struct AllTrue {
   bool active(int) const { return true; }
   template <class T> std::make_unsigned_t<T> mask(int) const { return std::make_unsigned_t<T>(~0ull); }
+  uint16_t pair_mask(int) const { return 0xFFFF; }
 };
 
 // yes where the mask is set, no elsewhere.
@@ -69,9 +77,23 @@ inline void map2(uint8_t* __restrict d, const uint8_t* a, const uint8_t* b, int 
     set_elem<T>(d, i, merge<T>(pg.template mask<T>(i), f(x, elem<T>(b, i)), x));
   }
 }
+// An operation on byte elements that also works on two of them at once in a
+// 16-bit word (f.pairs(w)): hosts without byte-lane shifts then shift 16-bit lanes.
+template <class F>
+concept PairOp = requires(const F f, uint16_t w) {
+  { f.pairs(w) } -> std::same_as<uint16_t>;
+};
 // d[i] = f(a[i]) for active elements; inactive keep a[i].
 template <class T, class Pred, class F>
 inline void map_imm(uint8_t* __restrict d, const uint8_t* a, int n, Pred pg, F f) {
+  if constexpr (sizeof(T) == 1 && PairOp<F>) {
+#pragma GCC unroll 16
+    for (int k = 0; k < n / 2; ++k) {
+      uint16_t x = elem<uint16_t>(a, k);
+      set_elem<uint16_t>(d, k, merge<uint16_t>(pg.pair_mask(k), f.pairs(x), x));
+    }
+    return;
+  }
 #pragma GCC unroll 16
   for (int i = 0; i < n; ++i) {
     T x = elem<T>(a, i);

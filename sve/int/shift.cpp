@@ -9,38 +9,73 @@ namespace {
 
 // Shift of an element by an unsigned amount used whole: left and logical
 // right shifts past the width give 0, arithmetic right shifts fill with the sign.
+// pairs(w, k) shifts the two byte elements of a 16-bit word by k <= 8 at once
+// (16-bit lane shifts, then the bits that crossed into the other byte masked).
+constexpr uint16_t both_bytes(unsigned byte) { return uint16_t((byte & 0xFFu) * 0x0101u); }
+// 0xFF in each byte of w whose top bit is set.
+constexpr uint16_t sign_bytes(uint16_t w) {
+  unsigned b = (unsigned(w) >> 7) & 0x0101u;
+  return uint16_t((b << 8) - b);
+}
 struct Lsl {
   template <class T> T operator()(T a, uint64_t n) const { return n >= uint64_t(kBits<T>) ? T(0) : T(raw_bits(a) << n); }
+  static uint16_t pairs(uint16_t w, unsigned k) { return uint16_t((unsigned(w) << k) & both_bytes(0xFFu << k)); }
 };
 struct Lsr {
   template <class T> T operator()(T a, uint64_t n) const {
     return n >= uint64_t(kBits<T>) ? T(0) : T(UnsignedOf<T>(a) >> n);
   }
+  static uint16_t pairs(uint16_t w, unsigned k) { return uint16_t((unsigned(w) >> k) & both_bytes(0xFFu >> k)); }
 };
 struct Asr {
   template <class T> T operator()(T a, uint64_t n) const {
     using S = std::make_signed_t<T>;
     return T(S(a) >> (n >= uint64_t(kBits<T>) ? kBits<T> - 1 : int(n)));
   }
-};
-// Rounds toward zero: a negative element has 2^n - 1 added first (in 128 bits).
-struct Asrd {
-  template <class T> T operator()(T a, uint64_t n) const {
-    int128 v = int128(a);
-    if (v < 0) v += (int128(1) << n) - 1;
-    return T(v >> n);
+  static uint16_t pairs(uint16_t w, unsigned k) {
+    return uint16_t(Lsr::pairs(w, k) | (sign_bytes(w) & both_bytes(~(0xFFu >> k))));
   }
 };
+// Rounds toward zero: the floor of the arithmetic shift, plus one for a
+// negative element that had nonzero bits shifted out.
+struct Asrd {
+  template <class T> T operator()(T a, uint64_t n) const {
+    using U = UnsignedOf<T>;
+    U low = n >= uint64_t(kBits<T>) ? U(~U(0)) : U((U(1) << n) - 1u);
+    return wrap_add(Asr{}(a, n), T(a < 0 && (U(a) & low) != 0));
+  }
+  static uint16_t pairs(uint16_t w, unsigned k) {
+    unsigned rem = w & both_bytes(~(0xFFu << k));
+    unsigned nonzero = (((rem & 0x7F7Fu) + 0x7F7Fu) | rem) & 0x8080u;  // top bit of each byte
+    unsigned carry = (nonzero & w) >> 7;                                  // 1 in each byte to round up
+    unsigned q = Asr::pairs(w, k);
+    return uint16_t(((q & 0x7F7Fu) + carry) ^ (q & 0x8080u));  // bytewise add without cross-byte carries
+  }
+};
+// Shift by n < width one constant step per set bit of n (2^j for bit j),
+// each chosen with a select: vectorises without per-lane variable shifts.
+template <class Op, int Step, class T> T shift_steps(T x, UnsignedOf<T> n) {
+  using U = UnsignedOf<T>;
+  if constexpr (Step >= kBits<T>) return x;
+  else return shift_steps<Op, 2 * Step>(merge<T>(U(U(0) - U((n & Step) != 0)), Op{}(x, Step), x), n);
+}
+// Shift by an element-sized amount; amounts past the width give Op's fill.
+template <class Op, class T> T shift_by(T a, UnsignedOf<T> n) {
+  using U = UnsignedOf<T>;
+  T past = Op{}(Op{}(a, kBits<T> - 1), 1);
+  return merge<T>(U(U(0) - U(n >= kBits<T>)), past, shift_steps<Op, 1>(a, U(n & (kBits<T> - 1))));
+}
 // The amount is the element of the second vector as unsigned; R exchanges the operands.
 template <class Op> struct ByElem {
-  template <class T> T operator()(T a, T b) const { return Op{}(a, uint64_t(UnsignedOf<T>(b))); }
+  template <class T> T operator()(T a, T b) const { return shift_by<Op>(a, UnsignedOf<T>(b)); }
 };
 template <class Op> struct ByElemR {
-  template <class T> T operator()(T a, T b) const { return Op{}(b, uint64_t(UnsignedOf<T>(a))); }
+  template <class T> T operator()(T a, T b) const { return shift_by<Op>(b, UnsignedOf<T>(a)); }
 };
 template <class Op> struct ByAmount {
   uint64_t n;
   template <class T> T operator()(T a) const { return Op{}(a, n); }
+  uint16_t pairs(uint16_t w) const { return Op::pairs(w, n < 8 ? unsigned(n) : 8u); }
 };
 
 // ---- length-agnostic routines ----
