@@ -38,10 +38,10 @@ struct LanePred {
     using U = std::make_unsigned_t<T>;
     return U(U(0) - U(elem<U>(lanes, i) & 1u));
   }
-  // Byte elements 2k and 2k+1 as the two bytes of one 16-bit mask.
-  uint16_t pair_mask(int k) const {
-    unsigned x = elem<uint16_t>(lanes, k) & 0x0101u;
-    return uint16_t((x << 8) - x);
+  // Byte elements 4k to 4k+3 as the four bytes of one 32-bit mask.
+  uint32_t quad_mask(int k) const {
+    uint32_t x = elem<uint32_t>(lanes, k) & 0x01010101u;
+    return (x << 8) - x;
   }
 };
 struct PackedPred {
@@ -51,12 +51,16 @@ struct PackedPred {
     using U = std::make_unsigned_t<T>;
     return U(U(0) - U(p->bit(i * int(sizeof(T)))));
   }
-  uint16_t pair_mask(int k) const { return uint16_t((p->bit(2 * k) ? 0xFFu : 0u) | (p->bit(2 * k + 1) ? 0xFF00u : 0u)); }
+  uint32_t quad_mask(int k) const {
+    uint32_t m = 0;
+    for (int j = 0; j < 4; ++j) m |= p->bit(4 * k + j) ? 0xFFu << (8 * j) : 0u;
+    return m;
+  }
 };
 struct AllTrue {
   bool active(int) const { return true; }
   template <class T> std::make_unsigned_t<T> mask(int) const { return std::make_unsigned_t<T>(~0ull); }
-  uint16_t pair_mask(int) const { return 0xFFFF; }
+  uint32_t quad_mask(int) const { return ~0u; }
 };
 
 // yes where the mask is set, no elsewhere.
@@ -77,20 +81,20 @@ inline void map2(uint8_t* __restrict d, const uint8_t* a, const uint8_t* b, int 
     set_elem<T>(d, i, merge<T>(pg.template mask<T>(i), f(x, elem<T>(b, i)), x));
   }
 }
-// An operation on byte elements that also works on two of them at once in a
-// 16-bit word (f.pairs(w)): hosts without byte-lane shifts then shift 16-bit lanes.
+// An operation on byte elements that also works on four of them at once in a
+// 32-bit word (f.quads(w)): hosts without byte-lane shifts then shift 32-bit lanes.
 template <class F>
-concept PairOp = requires(const F f, uint16_t w) {
-  { f.pairs(w) } -> std::same_as<uint16_t>;
+concept QuadOp = requires(const F f, uint32_t w) {
+  { f.quads(w) } -> std::same_as<uint32_t>;
 };
 // d[i] = f(a[i]) for active elements; inactive keep a[i].
 template <class T, class Pred, class F>
 inline void map_imm(uint8_t* __restrict d, const uint8_t* a, int n, Pred pg, F f) {
-  if constexpr (sizeof(T) == 1 && PairOp<F>) {
+  if constexpr (sizeof(T) == 1 && QuadOp<F>) {
 #pragma GCC unroll 16
-    for (int k = 0; k < n / 2; ++k) {
-      uint16_t x = elem<uint16_t>(a, k);
-      set_elem<uint16_t>(d, k, merge<uint16_t>(pg.pair_mask(k), f.pairs(x), x));
+    for (int k = 0; k < n / 4; ++k) {
+      uint32_t x = elem<uint32_t>(a, k);
+      set_elem<uint32_t>(d, k, merge<uint32_t>(pg.quad_mask(k), f.quads(x), x));
     }
     return;
   }

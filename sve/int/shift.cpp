@@ -9,32 +9,30 @@ namespace {
 
 // Shift of an element by an unsigned amount used whole: left and logical
 // right shifts past the width give 0, arithmetic right shifts fill with the sign.
-// pairs(w, k) shifts the two byte elements of a 16-bit word by k <= 8 at once
-// (16-bit lane shifts, then the bits that crossed into the other byte masked).
-constexpr uint16_t both_bytes(unsigned byte) { return uint16_t((byte & 0xFFu) * 0x0101u); }
+// quads(w, k) shifts the four byte elements of a 32-bit word by k <= 8 at once
+// (32-bit lane shifts, then the bits that crossed into another byte masked).
+constexpr uint32_t all_bytes(unsigned byte) { return (byte & 0xFFu) * 0x01010101u; }
 // 0xFF in each byte of w whose top bit is set.
-constexpr uint16_t sign_bytes(uint16_t w) {
-  unsigned b = (unsigned(w) >> 7) & 0x0101u;
-  return uint16_t((b << 8) - b);
+constexpr uint32_t sign_bytes(uint32_t w) {
+  uint32_t b = (w >> 7) & 0x01010101u;
+  return (b << 8) - b;
 }
 struct Lsl {
   template <class T> T operator()(T a, uint64_t n) const { return n >= uint64_t(kBits<T>) ? T(0) : T(raw_bits(a) << n); }
-  static uint16_t pairs(uint16_t w, unsigned k) { return uint16_t((unsigned(w) << k) & both_bytes(0xFFu << k)); }
+  static uint32_t quads(uint32_t w, unsigned k) { return (w << k) & all_bytes(0xFFu << k); }
 };
 struct Lsr {
   template <class T> T operator()(T a, uint64_t n) const {
     return n >= uint64_t(kBits<T>) ? T(0) : T(UnsignedOf<T>(a) >> n);
   }
-  static uint16_t pairs(uint16_t w, unsigned k) { return uint16_t((unsigned(w) >> k) & both_bytes(0xFFu >> k)); }
+  static uint32_t quads(uint32_t w, unsigned k) { return (w >> k) & all_bytes(0xFFu >> k); }
 };
 struct Asr {
   template <class T> T operator()(T a, uint64_t n) const {
     using S = std::make_signed_t<T>;
     return T(S(a) >> (n >= uint64_t(kBits<T>) ? kBits<T> - 1 : int(n)));
   }
-  static uint16_t pairs(uint16_t w, unsigned k) {
-    return uint16_t(Lsr::pairs(w, k) | (sign_bytes(w) & both_bytes(~(0xFFu >> k))));
-  }
+  static uint32_t quads(uint32_t w, unsigned k) { return Lsr::quads(w, k) | (sign_bytes(w) & all_bytes(~(0xFFu >> k))); }
 };
 // Rounds toward zero: the floor of the arithmetic shift, plus one for a
 // negative element that had nonzero bits shifted out.
@@ -44,12 +42,12 @@ struct Asrd {
     U low = n >= uint64_t(kBits<T>) ? U(~U(0)) : U((U(1) << n) - 1u);
     return wrap_add(Asr{}(a, n), T(a < 0 && (U(a) & low) != 0));
   }
-  static uint16_t pairs(uint16_t w, unsigned k) {
-    unsigned rem = w & both_bytes(~(0xFFu << k));
-    unsigned nonzero = (((rem & 0x7F7Fu) + 0x7F7Fu) | rem) & 0x8080u;  // top bit of each byte
-    unsigned carry = (nonzero & w) >> 7;                                  // 1 in each byte to round up
-    unsigned q = Asr::pairs(w, k);
-    return uint16_t(((q & 0x7F7Fu) + carry) ^ (q & 0x8080u));  // bytewise add without cross-byte carries
+  static uint32_t quads(uint32_t w, unsigned k) {
+    uint32_t rem = w & all_bytes(~(0xFFu << k));
+    uint32_t nonzero = (((rem & 0x7F7F7F7Fu) + 0x7F7F7F7Fu) | rem) & 0x80808080u;  // top bit of each byte
+    uint32_t carry = (nonzero & w) >> 7;                                            // 1 in each byte to round up
+    uint32_t q = Asr::quads(w, k);
+    return ((q & 0x7F7F7F7Fu) + carry) ^ (q & 0x80808080u);  // bytewise add without cross-byte carries
   }
 };
 // Shift by n < width one constant step per set bit of n (2^j for bit j),
@@ -75,7 +73,7 @@ template <class Op> struct ByElemR {
 template <class Op> struct ByAmount {
   uint64_t n;
   template <class T> T operator()(T a) const { return Op{}(a, n); }
-  uint16_t pairs(uint16_t w) const { return Op::pairs(w, n < 8 ? unsigned(n) : 8u); }
+  uint32_t quads(uint32_t w) const { return Op::quads(w, n < 8 ? unsigned(n) : 8u); }
 };
 
 // ---- length-agnostic routines ----
