@@ -107,6 +107,12 @@ inline void map_imm(uint8_t* __restrict d, const uint8_t* a, int n, Pred pg, F f
 // d[i] = f(a[i]) for active elements; inactive take m[i] (the destination).
 template <class T, class Pred, class F>
 inline void map1(uint8_t* __restrict d, const uint8_t* a, const uint8_t* m, int n, Pred pg, F f) {
+  if constexpr (sizeof(T) == 1 && QuadOp<F>) {
+#pragma GCC unroll 16
+    for (int k = 0; k < n / 4; ++k)
+      set_elem<uint32_t>(d, k, merge<uint32_t>(pg.quad_mask(k), f.quads(elem<uint32_t>(a, k)), elem<uint32_t>(m, k)));
+    return;
+  }
 #pragma GCC unroll 16
   for (int i = 0; i < n; ++i) set_elem<T>(d, i, merge<T>(pg.template mask<T>(i), f(elem<T>(a, i)), elem<T>(m, i)));
 }
