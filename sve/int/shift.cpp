@@ -52,13 +52,13 @@ struct Asrd {
 };
 // Shift by n < width one constant step per set bit of n (2^j for bit j),
 // each chosen with a select: vectorises without per-lane variable shifts.
-template <class Op, int Step, class T> T shift_steps(T x, UnsignedOf<T> n) {
+template <class Op, int Step, class T> [[gnu::always_inline]] inline T shift_steps(T x, UnsignedOf<T> n) {
   using U = UnsignedOf<T>;
   if constexpr (Step >= kBits<T>) return x;
   else return shift_steps<Op, 2 * Step>(merge<T>(U(U(0) - U((n & Step) != 0)), Op{}(x, Step), x), n);
 }
 // Shift by an element-sized amount; amounts past the width give Op's fill.
-template <class Op, class T> T shift_by(T a, UnsignedOf<T> n) {
+template <class Op, class T> [[gnu::always_inline]] inline T shift_by(T a, UnsignedOf<T> n) {
   using U = UnsignedOf<T>;
   T past = Op{}(Op{}(a, kBits<T> - 1), 1);
   return merge<T>(U(U(0) - U(n >= kBits<T>)), past, shift_steps<Op, 1>(a, U(n & (kBits<T> - 1))));
@@ -81,10 +81,22 @@ template <class T, class Op>
 void zpz_routine(uint8_t* d, const uint8_t* a, const PredV* pg, const uint8_t* b, CpuContext* c) {
   agnostic_map2<T>(d, a, pg, b, c, Op{});
 }
+// Wide amounts: each 64-bit amount clamped to the element width and repeated
+// into every element of its lane, so that the shift runs element by element.
+template <class T> void narrow_amounts(uint8_t* amounts, const uint8_t* b, int bytes) {
+  constexpr uint64_t kRepeat = ~uint64_t(0) / UnsignedOf<T>(~UnsignedOf<T>(0));  // 0x0101... for bytes
+  for (int j = 0; j < bytes / 8; ++j) {
+    uint64_t w = elem<uint64_t>(b, j);
+    set_elem<uint64_t>(amounts, j, (w < uint64_t(kBits<T>) ? w : uint64_t(kBits<T>)) * kRepeat);
+  }
+}
 template <class T, class Op>
 void wide_zpz_routine(uint8_t* d, const uint8_t* a, const PredV* pg, const uint8_t* b, CpuContext* c) {
-  agnostic_map_wide<T>(d, a, pg, b, c, Op{});
+  alignas(16) uint8_t amounts[SVE_MAX_VL_BYTES];
+  narrow_amounts<T>(amounts, b, vl_bytes(c));
+  agnostic_map2<T>(d, a, pg, amounts, c, ByElem<Op>{});
 }
+// Unpredicated, the 64-bit amounts are used directly (measured cheaper here).
 template <class T, class Op>
 void wide_zzz_routine(uint8_t* d, const uint8_t* a, const PredV*, const uint8_t* b, CpuContext* c) {
   agnostic_map_wide<T>(d, a, nullptr, b, c, Op{});
