@@ -87,17 +87,17 @@ template <class F>
 concept QuadOp = requires(const F f, uint32_t w) {
   { f.quads(w) } -> std::same_as<uint32_t>;
 };
+// Words k < quads of four byte elements: d = f.quads(a) where active, m elsewhere.
+template <class Pred, class F>
+inline void map_quads(uint8_t* __restrict d, const uint8_t* a, const uint8_t* m, int quads, Pred pg, F f) {
+#pragma GCC unroll 16
+  for (int k = 0; k < quads; ++k)
+    set_elem<uint32_t>(d, k, merge<uint32_t>(pg.quad_mask(k), f.quads(elem<uint32_t>(a, k)), elem<uint32_t>(m, k)));
+}
 // d[i] = f(a[i]) for active elements; inactive keep a[i].
 template <class T, class Pred, class F>
 inline void map_imm(uint8_t* __restrict d, const uint8_t* a, int n, Pred pg, F f) {
-  if constexpr (sizeof(T) == 1 && QuadOp<F>) {
-#pragma GCC unroll 16
-    for (int k = 0; k < n / 4; ++k) {
-      uint32_t x = elem<uint32_t>(a, k);
-      set_elem<uint32_t>(d, k, merge<uint32_t>(pg.quad_mask(k), f.quads(x), x));
-    }
-    return;
-  }
+  if constexpr (sizeof(T) == 1 && QuadOp<F>) return map_quads(d, a, a, n / 4, pg, f);
 #pragma GCC unroll 16
   for (int i = 0; i < n; ++i) {
     T x = elem<T>(a, i);
@@ -107,12 +107,7 @@ inline void map_imm(uint8_t* __restrict d, const uint8_t* a, int n, Pred pg, F f
 // d[i] = f(a[i]) for active elements; inactive take m[i] (the destination).
 template <class T, class Pred, class F>
 inline void map1(uint8_t* __restrict d, const uint8_t* a, const uint8_t* m, int n, Pred pg, F f) {
-  if constexpr (sizeof(T) == 1 && QuadOp<F>) {
-#pragma GCC unroll 16
-    for (int k = 0; k < n / 4; ++k)
-      set_elem<uint32_t>(d, k, merge<uint32_t>(pg.quad_mask(k), f.quads(elem<uint32_t>(a, k)), elem<uint32_t>(m, k)));
-    return;
-  }
+  if constexpr (sizeof(T) == 1 && QuadOp<F>) return map_quads(d, a, m, n / 4, pg, f);
 #pragma GCC unroll 16
   for (int i = 0; i < n; ++i) set_elem<T>(d, i, merge<T>(pg.template mask<T>(i), f(elem<T>(a, i)), elem<T>(m, i)));
 }
