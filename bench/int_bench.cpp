@@ -36,6 +36,8 @@ const BenchCase kCases[] = {
     {"multiply/fixed/mul_zi_s", 0x25b0c060, "mul z0.s, z0.s, #3"},
     {"multiply/fixed/mla_zpzz_s", 0x04824020, "mla z0.s, p0/m, z1.s, z2.s"},
     {"divide/fixed/sdiv_zpz_s", 0x04940020, "sdiv z0.s, p0/m, z0.s, z1.s"},
+    {"divide/fixed/udiv_zpz_s", 0x04950020, "udiv z0.s, p0/m, z0.s, z1.s"},
+    {"divide/fixed/sdiv_zpz_d", 0x04d40020, "sdiv z0.d, p0/m, z0.d, z1.d"},
     {"shift/fixed/lsl_zpz_b", 0x04138020, "lsl z0.b, p0/m, z0.b, z1.b"},
     {"shift/agnostic/lslr_zpz_b", 0x04178020, "lslr z0.b, p0/m, z0.b, z1.b"},
     {"shift/agnostic/lsl_wide_zpz_b", 0x041b8020, "lsl z0.b, p0/m, z0.b, z1.d"},

@@ -8,6 +8,7 @@
 // written once and driven by either route.
 #pragma once
 #include <cstdint>
+#include <concepts>
 #include <cstring>
 #include <type_traits>
 
@@ -37,6 +38,11 @@ struct LanePred {
     using U = std::make_unsigned_t<T>;
     return U(U(0) - U(elem<U>(lanes, i) & 1u));
   }
+  // Byte elements 4k to 4k+3 as the four bytes of one 32-bit mask.
+  uint32_t quad_mask(int k) const {
+    uint32_t x = elem<uint32_t>(lanes, k) & 0x01010101u;
+    return (x << 8) - x;
+  }
 };
 struct PackedPred {
   const PredV* p;
@@ -45,10 +51,16 @@ struct PackedPred {
     using U = std::make_unsigned_t<T>;
     return U(U(0) - U(p->bit(i * int(sizeof(T)))));
   }
+  uint32_t quad_mask(int k) const {
+    uint32_t m = 0;
+    for (int j = 0; j < 4; ++j) m |= p->bit(4 * k + j) ? 0xFFu << (8 * j) : 0u;
+    return m;
+  }
 };
 struct AllTrue {
   bool active(int) const { return true; }
   template <class T> std::make_unsigned_t<T> mask(int) const { return std::make_unsigned_t<T>(~0ull); }
+  uint32_t quad_mask(int) const { return ~0u; }
 };
 
 // yes where the mask is set, no elsewhere.
@@ -69,9 +81,23 @@ inline void map2(uint8_t* __restrict d, const uint8_t* a, const uint8_t* b, int 
     set_elem<T>(d, i, merge<T>(pg.template mask<T>(i), f(x, elem<T>(b, i)), x));
   }
 }
+// An operation on byte elements that also works on four of them at once in a
+// 32-bit word (f.quads(w)): hosts without byte-lane shifts then shift 32-bit lanes.
+template <class F>
+concept QuadOp = requires(const F f, uint32_t w) {
+  { f.quads(w) } -> std::same_as<uint32_t>;
+};
+// Words k < quads of four byte elements: d = f.quads(a) where active, m elsewhere.
+template <class Pred, class F>
+inline void map_quads(uint8_t* __restrict d, const uint8_t* a, const uint8_t* m, int quads, Pred pg, F f) {
+#pragma GCC unroll 16
+  for (int k = 0; k < quads; ++k)
+    set_elem<uint32_t>(d, k, merge<uint32_t>(pg.quad_mask(k), f.quads(elem<uint32_t>(a, k)), elem<uint32_t>(m, k)));
+}
 // d[i] = f(a[i]) for active elements; inactive keep a[i].
 template <class T, class Pred, class F>
 inline void map_imm(uint8_t* __restrict d, const uint8_t* a, int n, Pred pg, F f) {
+  if constexpr (sizeof(T) == 1 && QuadOp<F>) return map_quads(d, a, a, n / 4, pg, f);
 #pragma GCC unroll 16
   for (int i = 0; i < n; ++i) {
     T x = elem<T>(a, i);
@@ -81,6 +107,7 @@ inline void map_imm(uint8_t* __restrict d, const uint8_t* a, int n, Pred pg, F f
 // d[i] = f(a[i]) for active elements; inactive take m[i] (the destination).
 template <class T, class Pred, class F>
 inline void map1(uint8_t* __restrict d, const uint8_t* a, const uint8_t* m, int n, Pred pg, F f) {
+  if constexpr (sizeof(T) == 1 && QuadOp<F>) return map_quads(d, a, m, n / 4, pg, f);
 #pragma GCC unroll 16
   for (int i = 0; i < n; ++i) set_elem<T>(d, i, merge<T>(pg.template mask<T>(i), f(elem<T>(a, i)), elem<T>(m, i)));
 }
@@ -220,10 +247,25 @@ using AgnosticVVVI = void (*)(uint8_t* d, const uint8_t* a, const PredV* pg, con
 
 template <class T> inline int agnostic_elems(const CpuContext* c) { return vl_bytes(c) / int(sizeof(T)); }
 
-// Runs body(offset, chunk) over the vl bytes of a vector in 16-byte chunks and
-// an 8-byte tail (vl is a multiple of 8), so that the element loop inside each
-// chunk has a compile-time trip count.
+// A length of whole 16-byte blocks, known to the compiler as such: the loop
+// vectoriser's cheap cost model (-O2) then vectorises a run-time trip count
+// without an epilogue.
+struct Blocks16 {
+  int blocks;
+  constexpr int operator()() const { return blocks * 16; }
+};
+// Runs body(offset, bytes) over the vl bytes of a vector: the whole 16-byte
+// blocks at once, then an 8-byte tail (vl is a multiple of 8); bytes() is a
+// Blocks16 or the constant 8.
 template <class Body> inline void agnostic_chunks(int vl, Body body) {
+  if (vl >= 16) body(0, Blocks16{vl / 16});
+  if (vl % 16) body(vl & ~15, std::integral_constant<int, 8>{});
+}
+// As agnostic_chunks in 16-byte chunks with constant trip counts, for element
+// loops that straight-line vectorisation handles at least as well: loops
+// that mix widths (wide elements), which the loop vectoriser's cheap model
+// leaves scalar, and the compares.
+template <class Body> inline void agnostic_chunks16(int vl, Body body) {
   int off = 0;
   for (; off + 16 <= vl; off += 16) body(off, std::integral_constant<int, 16>{});
   if (off < vl) body(off, std::integral_constant<int, 8>{});
@@ -282,15 +324,22 @@ void without_index(uint8_t* d, const uint8_t* a, const PredV* pg, const uint8_t*
 // body(offset, chunk, pred) over the context's length, with pred the
 // governing lanes of the chunk: the expanded map of pg, or all true when pg
 // is null (unpredicated forms).
-template <class Body> inline void agnostic_drive(const PredV* pg, const CpuContext* c, Body body) {
+// MixedWidths runs the body over 16-byte chunks (agnostic_chunks16) for
+// element loops that mix widths.
+template <bool MixedWidths = false, class Body>
+inline void agnostic_drive(const PredV* pg, const CpuContext* c, Body body) {
   int vl = vl_bytes(c);
+  auto chunks = [vl](auto each) {
+    if constexpr (MixedWidths) agnostic_chunks16(vl, each);
+    else agnostic_chunks(vl, each);
+  };
   if (!pg) {
-    agnostic_chunks(vl, [&](int off, auto chunk) { body(off, chunk, AllTrue{}); });
+    chunks([&](int off, auto chunk) { body(off, chunk, AllTrue{}); });
     return;
   }
   alignas(16) uint8_t lanes[SVE_MAX_VL_BYTES];
   expand_pred(*pg, lanes, vl);
-  agnostic_chunks(vl, [&](int off, auto chunk) { body(off, chunk, LanePred{lanes + off}); });
+  chunks([&](int off, auto chunk) { body(off, chunk, LanePred{lanes + off}); });
 }
 
 // d = Pg ? f(a, b) : a (f everywhere when pg is null).
@@ -318,7 +367,7 @@ inline void agnostic_map_imm(uint8_t* d, const uint8_t* a, const PredV* pg, cons
 template <class T, class F>
 inline void agnostic_map_wide(uint8_t* d, const uint8_t* a, const PredV* pg, const uint8_t* b, const CpuContext* c,
                               F f) {
-  agnostic_drive(pg, c, [&](int off, auto chunk, auto pred) {
+  agnostic_drive<true>(pg, c, [&](int off, auto chunk, auto pred) {
     map_wide<T>(d + off, a + off, b + off, chunk() / int(sizeof(T)), pred, f);
   });
 }

@@ -73,7 +73,7 @@ void compare_routine(PredV* d, const uint8_t* a, const PredV* pg, const uint8_t*
   alignas(16) uint8_t lanes[SVE_MAX_VL_BYTES], result[SVE_MAX_VL_BYTES];
   int vl = vl_bytes(c);
   expand_pred(*pg, lanes, vl);
-  agnostic_chunks(vl, [&](int off, auto chunk) {
+  agnostic_chunks16(vl, [&](int off, auto chunk) {
     compare_lanes<T>(result + off, a + off, chunk() / int(sizeof(T)), LanePred{lanes + off}, Second<T>{b + off}, Rel{});
   });
   *d = PredV{};
@@ -85,7 +85,7 @@ void compare_imm_routine(PredV* d, const uint8_t* a, const PredV* pg, uint64_t i
   alignas(16) uint8_t lanes[SVE_MAX_VL_BYTES], result[SVE_MAX_VL_BYTES];
   int vl = vl_bytes(c);
   expand_pred(*pg, lanes, vl);
-  agnostic_chunks(vl, [&](int off, auto chunk) {
+  agnostic_chunks16(vl, [&](int off, auto chunk) {
     compare_lanes<T>(result + off, a + off, chunk() / int(sizeof(T)), LanePred{lanes + off}, Splat<T>{T(imm)}, Rel{});
   });
   *d = PredV{};

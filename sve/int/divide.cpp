@@ -7,11 +7,30 @@
 namespace sve {
 namespace {
 
+// 32-bit elements divide through double, branch-free so that the host
+// vectorises it: the correctly rounded quotient of integers below 2^32 is
+// within 2^-21/|d| of the true one, less than the 1/|d| that separates a
+// non-integer quotient from the next integer, so truncating it is exact.
+// Divisors 0 and (signed) -1 divide by 1 and have their result selected
+// with masks afterwards (selects written as branches would keep the
+// possibly trapping conversion from vectorising).
 template <class T> constexpr T divide(T n, T d) {
-  if (d == 0) return 0;
-  if constexpr (std::is_signed_v<T>)
-    if (d == -1) return wrap_sub(T(0), n);
-  return T(n / d);
+  constexpr bool kSigned = std::is_signed_v<T>;
+  if constexpr (sizeof(T) == 4) {
+    using U = UnsignedOf<T>;
+    U zero = U(U(0) - U(d == 0));
+    U minus_one = kSigned ? U(U(0) - U(d == T(-1))) : U(0);
+    U special = zero | minus_one;
+    T safe = T((U(d) & ~special) | (U(1) & special));
+    U q = U(T(double(n) / double(safe)));
+    q = (q & ~minus_one) | (U(U(0) - U(n)) & minus_one);
+    return T(q & ~zero);
+  } else {
+    if (d == 0) return 0;
+    if constexpr (kSigned)
+      if (d == -1) return wrap_sub(T(0), n);
+    return T(n / d);
+  }
 }
 struct Div {
   template <class T> T operator()(T a, T b) const { return divide(a, b); }

@@ -30,10 +30,16 @@ struct MinR {
   template <class T> static constexpr T start() { return std::numeric_limits<T>::max(); }
   template <class T> T operator()(T a, T b) const { return a <= b ? a : b; }
 };
-// Sums in 64 bits: each element sign- or zero-extended by its type.
+// Sums of elements sign- or zero-extended by their type, in twice the element
+// width (64 bits at most): 256 bytes or 128 halfwords cannot overflow it, and
+// the narrower lanes vectorise better. The result is extended to 64 bits.
+template <class T> using SumAcc = IntOf<(sizeof(T) < 8 ? 2 * sizeof(T) : 8), std::is_signed_v<T>>;
 struct SumR {
-  uint64_t operator()(uint64_t a, uint64_t b) const { return a + b; }
+  template <class A> A operator()(A a, A b) const { return A(a + b); }
 };
+template <class T, class Pred> SumAcc<T> sum_of(const uint8_t* a, int n, Pred pg) {
+  return fold<T>(a, n, pg, SumAcc<T>(0), SumR{});
+}
 
 template <class T, class Acc> aarch64_decode_rc write_scalar(cpu_state* s, unsigned vd, Acc value) {
   std::memset(s->z[vd], 0, SVE_VL_BYTES);
@@ -46,18 +52,17 @@ template <class T, class Op> aarch64_decode_rc fixed_reduce(cpu_state* s, unsign
 }
 // UADDV: elements zero-extended (T unsigned) and added in 64 bits.
 template <class T> aarch64_decode_rc fixed_sum(cpu_state* s, unsigned vd, unsigned pg, unsigned zn) {
-  uint64_t r = fold<T>(s->z[zn], kElems<T>, LanePred{s->p[pg]}, uint64_t(0), SumR{});
-  return write_scalar<T>(s, vd, r);
+  return write_scalar<T>(s, vd, uint64_t(sum_of<T>(s->z[zn], kElems<T>, LanePred{s->p[pg]})));
 }
 
 // SADDV: the routine writes the whole result image.
 template <class T> void saddv_routine(uint8_t* d, const uint8_t* a, const PredV* pg, const uint8_t*, CpuContext* c) {
-  int vl = vl_bytes(c);
-  uint64_t sum = 0;
-  for (int i = 0; i < vl / int(sizeof(T)); ++i)
-    if (pg->bit(i * int(sizeof(T)))) sum += uint64_t(int64_t(elem<T>(a, i)));
-  std::memset(d, 0, size_t(vl));
-  set_elem<uint64_t>(d, 0, sum);
+  SumAcc<T> sum = 0;
+  agnostic_drive(pg, c, [&](int off, auto bytes, auto pred) {
+    sum = SumAcc<T>(sum + sum_of<T>(a + off, bytes() / int(sizeof(T)), pred));
+  });
+  std::memset(d, 0, size_t(vl_bytes(c)));
+  set_elem<uint64_t>(d, 0, uint64_t(int64_t(sum)));
 }
 
 // Vd = bits 4-0, Zn = bits 9-5, Pg = bits 12-10.

@@ -9,38 +9,71 @@ namespace {
 
 // Shift of an element by an unsigned amount used whole: left and logical
 // right shifts past the width give 0, arithmetic right shifts fill with the sign.
+// quads(w, k) shifts the four byte elements of a 32-bit word by k <= 8 at once
+// (32-bit lane shifts, then the bits that crossed into another byte masked).
+constexpr uint32_t all_bytes(unsigned byte) { return (byte & 0xFFu) * 0x01010101u; }
+// 0xFF in each byte of w whose top bit is set.
+constexpr uint32_t sign_bytes(uint32_t w) {
+  uint32_t b = (w >> 7) & 0x01010101u;
+  return (b << 8) - b;
+}
 struct Lsl {
   template <class T> T operator()(T a, uint64_t n) const { return n >= uint64_t(kBits<T>) ? T(0) : T(raw_bits(a) << n); }
+  static uint32_t quads(uint32_t w, unsigned k) { return (w << k) & all_bytes(0xFFu << k); }
 };
 struct Lsr {
   template <class T> T operator()(T a, uint64_t n) const {
     return n >= uint64_t(kBits<T>) ? T(0) : T(UnsignedOf<T>(a) >> n);
   }
+  static uint32_t quads(uint32_t w, unsigned k) { return (w >> k) & all_bytes(0xFFu >> k); }
 };
 struct Asr {
   template <class T> T operator()(T a, uint64_t n) const {
     using S = std::make_signed_t<T>;
     return T(S(a) >> (n >= uint64_t(kBits<T>) ? kBits<T> - 1 : int(n)));
   }
+  static uint32_t quads(uint32_t w, unsigned k) { return Lsr::quads(w, k) | (sign_bytes(w) & all_bytes(~(0xFFu >> k))); }
 };
-// Rounds toward zero: a negative element has 2^n - 1 added first (in 128 bits).
+// Rounds toward zero: the floor of the arithmetic shift, plus one for a
+// negative element that had nonzero bits shifted out.
 struct Asrd {
   template <class T> T operator()(T a, uint64_t n) const {
-    int128 v = int128(a);
-    if (v < 0) v += (int128(1) << n) - 1;
-    return T(v >> n);
+    using U = UnsignedOf<T>;
+    U low = n >= uint64_t(kBits<T>) ? U(~U(0)) : U((U(1) << n) - 1u);
+    return wrap_add(Asr{}(a, n), T(a < 0 && (U(a) & low) != 0));
+  }
+  static uint32_t quads(uint32_t w, unsigned k) {
+    uint32_t rem = w & all_bytes(~(0xFFu << k));
+    uint32_t nonzero = (((rem & 0x7F7F7F7Fu) + 0x7F7F7F7Fu) | rem) & 0x80808080u;  // top bit of each byte
+    uint32_t carry = (nonzero & w) >> 7;                                            // 1 in each byte to round up
+    uint32_t q = Asr::quads(w, k);
+    return ((q & 0x7F7F7F7Fu) + carry) ^ (q & 0x80808080u);  // bytewise add without cross-byte carries
   }
 };
+// Shift by n < width one constant step per set bit of n (2^j for bit j),
+// each chosen with a select: vectorises without per-lane variable shifts.
+template <class Op, int Step, class T> [[gnu::always_inline]] inline T shift_steps(T x, UnsignedOf<T> n) {
+  using U = UnsignedOf<T>;
+  if constexpr (Step >= kBits<T>) return x;
+  else return shift_steps<Op, 2 * Step>(merge<T>(U(U(0) - U((n & Step) != 0)), Op{}(x, Step), x), n);
+}
+// Shift by an element-sized amount; amounts past the width give Op's fill.
+template <class Op, class T> [[gnu::always_inline]] inline T shift_by(T a, UnsignedOf<T> n) {
+  using U = UnsignedOf<T>;
+  T past = Op{}(Op{}(a, kBits<T> - 1), 1);
+  return merge<T>(U(U(0) - U(n >= kBits<T>)), past, shift_steps<Op, 1>(a, U(n & (kBits<T> - 1))));
+}
 // The amount is the element of the second vector as unsigned; R exchanges the operands.
 template <class Op> struct ByElem {
-  template <class T> T operator()(T a, T b) const { return Op{}(a, uint64_t(UnsignedOf<T>(b))); }
+  template <class T> T operator()(T a, T b) const { return shift_by<Op>(a, UnsignedOf<T>(b)); }
 };
 template <class Op> struct ByElemR {
-  template <class T> T operator()(T a, T b) const { return Op{}(b, uint64_t(UnsignedOf<T>(a))); }
+  template <class T> T operator()(T a, T b) const { return shift_by<Op>(b, UnsignedOf<T>(a)); }
 };
 template <class Op> struct ByAmount {
   uint64_t n;
   template <class T> T operator()(T a) const { return Op{}(a, n); }
+  uint32_t quads(uint32_t w) const { return Op::quads(w, n < 8 ? unsigned(n) : 8u); }
 };
 
 // ---- length-agnostic routines ----
@@ -48,10 +81,22 @@ template <class T, class Op>
 void zpz_routine(uint8_t* d, const uint8_t* a, const PredV* pg, const uint8_t* b, CpuContext* c) {
   agnostic_map2<T>(d, a, pg, b, c, Op{});
 }
+// Wide amounts: each 64-bit amount clamped to the element width and repeated
+// into every element of its lane, so that the shift runs element by element.
+template <class T> void narrow_amounts(uint8_t* amounts, const uint8_t* b, int bytes) {
+  constexpr uint64_t kRepeat = ~uint64_t(0) / UnsignedOf<T>(~UnsignedOf<T>(0));  // 0x0101... for bytes
+  for (int j = 0; j < bytes / 8; ++j) {
+    uint64_t w = elem<uint64_t>(b, j);
+    set_elem<uint64_t>(amounts, j, (w < uint64_t(kBits<T>) ? w : uint64_t(kBits<T>)) * kRepeat);
+  }
+}
 template <class T, class Op>
 void wide_zpz_routine(uint8_t* d, const uint8_t* a, const PredV* pg, const uint8_t* b, CpuContext* c) {
-  agnostic_map_wide<T>(d, a, pg, b, c, Op{});
+  alignas(16) uint8_t amounts[SVE_MAX_VL_BYTES];
+  narrow_amounts<T>(amounts, b, vl_bytes(c));
+  agnostic_map2<T>(d, a, pg, amounts, c, ByElem<Op>{});
 }
+// Unpredicated, the 64-bit amounts are used directly (measured cheaper here).
 template <class T, class Op>
 void wide_zzz_routine(uint8_t* d, const uint8_t* a, const PredV*, const uint8_t* b, CpuContext* c) {
   agnostic_map_wide<T>(d, a, nullptr, b, c, Op{});

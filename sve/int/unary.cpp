@@ -33,39 +33,55 @@ struct Cls {
     return T(leading_zeros<T>(x) - 1);
   }
 };
+// x plus x shifted right by Shift, 2 * Shift, ... below the width: the sum of
+// the bytes of x in its low byte.
+template <int Shift, class U> constexpr U fold_bytes(U x) {
+  if constexpr (Shift >= kBits<U>) return x;
+  else return fold_bytes<2 * Shift>(U(x + (x >> Shift)));
+}
+// Bits set in each byte of x: pairs, then nibbles summed in place.
+template <class U> constexpr U byte_counts(U x) {
+  x = U(x - ((x >> 1) & U(0x5555555555555555ull)));
+  x = U((x & U(0x3333333333333333ull)) + ((x >> 2) & U(0x3333333333333333ull)));
+  return U((x + (x >> 4)) & U(0x0F0F0F0F0F0F0F0Full));
+}
+// Bits set per element, then the byte counts of wider elements folded into
+// the low byte (shifts and adds only, so that it vectorises on hosts without
+// a per-lane bit count); byte elements go four to a 32-bit word.
 struct Cnt {
-  template <class T> T operator()(T a) const { return T(BitCount(uint64_t(UnsignedOf<T>(a)), kBits<T>)); }
+  template <class T> T operator()(T a) const { return T(fold_bytes<8>(byte_counts(UnsignedOf<T>(a))) & 0xFFu); }
+  uint32_t quads(uint32_t w) const { return byte_counts(w); }
 };
-// Sign or zero extension from the low bytes held by N.
+// Sign or zero extension from the low bytes held by N, as a shift pair or a
+// mask on the whole element (a narrowing conversion would become a strided
+// byte load that does not vectorise).
 template <class N> struct Extend {
-  template <class T> T operator()(T a) const { return T(N(a)); }
-};
-// Bit reversal by swapping ever larger groups, then the bytes.
-struct RBit {
   template <class T> T operator()(T a) const {
     using U = UnsignedOf<T>;
-    U x = U(a);
-    x = U(((x >> 1) & U(0x5555555555555555ull)) | ((x & U(0x5555555555555555ull)) << 1));
-    x = U(((x >> 2) & U(0x3333333333333333ull)) | ((x & U(0x3333333333333333ull)) << 2));
-    x = U(((x >> 4) & U(0x0F0F0F0F0F0F0F0Full)) | ((x & U(0x0F0F0F0F0F0F0F0Full)) << 4));
-    if constexpr (sizeof(T) == 2) x = __builtin_bswap16(x);
-    if constexpr (sizeof(T) == 4) x = __builtin_bswap32(x);
-    if constexpr (sizeof(T) == 8) x = __builtin_bswap64(x);
-    return T(x);
+    constexpr int k = kBits<T> - kBits<N>;
+    if constexpr (k <= 0) return a;  // no narrower source: not decoded, instantiated by the size switch
+    else if constexpr (std::is_signed_v<N>) return T(std::make_signed_t<T>(U(U(a) << k)) >> k);
+    else return T(U(a) & U(UnsignedOf<N>(~UnsignedOf<N>(0))));
   }
+};
+// The groups of Bits bits of each To-bit group of x in reverse order:
+// neighbouring groups exchanged, then pairs of them, up to halves of To bits.
+template <int Bits, int To, class U> constexpr U reverse_groups(U x) {
+  if constexpr (Bits >= To) {
+    return x;
+  } else {
+    constexpr U m = U(U(~U(0)) / U((U(1) << Bits) + 1u));  // the low Bits bits of every 2*Bits-bit group
+    return reverse_groups<2 * Bits, To>(U(((x >> Bits) & m) | ((x & m) << Bits)));
+  }
+}
+// Bit reversal (RBIT); byte elements go four to a 32-bit word.
+struct RBit {
+  template <class T> T operator()(T a) const { return T(reverse_groups<1, kBits<T>>(UnsignedOf<T>(a))); }
+  uint32_t quads(uint32_t w) const { return reverse_groups<1, 8>(w); }
 };
 // The element's units of Unit bytes in reverse order (REVB, REVH, REVW).
 template <int Unit> struct Rev {
-  template <class T> T operator()(T a) const {
-    return T(Reverse(uint64_t(UnsignedOf<T>(a)), kBits<T>, Unit));
-  }
-};
-// REVW on doublewords: the two words exchanged.
-struct RevW {
-  template <class T> T operator()(T a) const {
-    uint64_t x = uint64_t(a);
-    return T((x >> 32) | (x << 32));
-  }
+  template <class T> T operator()(T a) const { return T(reverse_groups<8 * Unit, kBits<T>>(UnsignedOf<T>(a))); }
 };
 
 template <class T, class Op>
@@ -91,7 +107,7 @@ SVE_UNARY_EXEC(sve_sxth_zpz, true, Extend<int16_t>)
 SVE_UNARY_EXEC(sve_sxtw_zpz, true, Extend<int32_t>)
 SVE_UNARY_EXEC(sve_uxth_zpz, false, Extend<uint16_t>)
 SVE_UNARY_EXEC(sve_uxtw_zpz, false, Extend<uint32_t>)
-SVE_UNARY_EXEC(sve_revw_zpz, false, RevW)
+SVE_UNARY_EXEC(sve_revw_zpz, false, Rev<4>)
 
 SVE_FOR_S(SVE_EXPORT_VV, AbsVM, unary_routine, Abs)
 SVE_FOR_U(SVE_EXPORT_VV, InvVM, unary_routine, Not)
