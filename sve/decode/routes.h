@@ -276,7 +276,7 @@ template <class Body> inline void agnostic_chunks16(int vl, Body body) {
 struct AgnosticCall {
   cpu_state* s;
   CpuContext ctx;
-  explicit AgnosticCall(cpu_state* st) : s(st), ctx(make_context(st)) {}
+  explicit AgnosticCall(cpu_state* st) : s(st), ctx(make_context_without_ffr(st)) {}
   void finish(unsigned zd, const VecImage& out) {
     std::memcpy(s->z[zd], out.b, SVE_VL_BYTES);
     s->fpsr = ctx.fpsr;
@@ -386,7 +386,7 @@ inline aarch64_decode_rc finish_predicate(cpu_state* s, unsigned pd, const PredV
 }
 inline aarch64_decode_rc run_agnostic_pv(cpu_state* s, unsigned pd, unsigned zn, unsigned pg, unsigned zm,
                                          AgnosticPV routine) {
-  CpuContext c = make_context(s);
+  CpuContext c = make_context_without_ffr(s);
   VecImage a = load_image(s, zn), b = load_image(s, zm);
   PredV p = pack_pred(s->p[pg]), r{};
   routine(&r, a.b, &p, b.b, &c);
@@ -394,7 +394,7 @@ inline aarch64_decode_rc run_agnostic_pv(cpu_state* s, unsigned pd, unsigned zn,
 }
 inline aarch64_decode_rc run_agnostic_pi(cpu_state* s, unsigned pd, unsigned zn, unsigned pg, uint64_t imm,
                                          AgnosticPI routine) {
-  CpuContext c = make_context(s);
+  CpuContext c = make_context_without_ffr(s);
   VecImage a = load_image(s, zn);
   PredV p = pack_pred(s->p[pg]), r{};
   routine(&r, a.b, &p, imm, &c);

@@ -128,7 +128,7 @@ template <int Bits> aarch64_decode_rc uqdecb_handler(cpu_state* s, unsigned w) {
 }
 template <AgnosticCount R, bool ReadsX> aarch64_decode_rc count_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  CpuContext c = pred_context(s);
+  CpuContext c = make_context_without_ffr(s);
   uint64_t x = ReadsX ? read_reg(s, rd(w)) : 0;
   R(&x, pat(w), mul(w), &c);
   write_reg(s, rd(w), x);
@@ -136,7 +136,7 @@ template <AgnosticCount R, bool ReadsX> aarch64_decode_rc count_handler(cpu_stat
 }
 template <AgnosticVI R> aarch64_decode_rc sat_z_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  return run_vector_vi(s, field(w, 4, 0), field(w, 4, 0), -1, uint64_t(pat(w)) | uint64_t(mul(w)) << 5, R);
+  return run_agnostic_vi(s, field(w, 4, 0), field(w, 4, 0), -1, uint64_t(pat(w)) | uint64_t(mul(w)) << 5, R);
 }
 
 }  // namespace

@@ -98,7 +98,7 @@ template <class T> aarch64_decode_rc incp_handler(cpu_state* s, unsigned w) {
 }
 template <AgnosticPCount R> aarch64_decode_rc r_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  CpuContext c = pred_context(s);
+  CpuContext c = make_context_without_ffr(s);
   PredV pm = pack_pred(s->p[field(w, 8, 5)]);
   uint64_t x = read_reg(s, rd(w));
   R(&x, &pm, &c);
@@ -107,7 +107,7 @@ template <AgnosticPCount R> aarch64_decode_rc r_handler(cpu_state* s, unsigned w
 }
 template <AgnosticVI R> aarch64_decode_rc z_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  return run_vector_vi(s, field(w, 4, 0), field(w, 4, 0), int(field(w, 8, 5)), 0, R);
+  return run_agnostic_vi(s, field(w, 4, 0), field(w, 4, 0), int(field(w, 8, 5)), 0, R);
 }
 
 }  // namespace

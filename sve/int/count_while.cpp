@@ -110,7 +110,7 @@ template <class T, WhileExec X, int Bits> aarch64_decode_rc while_handler(cpu_st
 }
 template <AgnosticWhile R> aarch64_decode_rc whilele_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  CpuContext c = pred_context(s);
+  CpuContext c = make_context_without_ffr(s);
   PredV d;
   R(&d, read_reg(s, aarch64_i_reg{uint8_t(field(w, 9, 5))}), read_reg(s, aarch64_i_reg{uint8_t(field(w, 20, 16))}),
     &c);

@@ -33,12 +33,12 @@ void compact_routine(uint8_t* d, const uint8_t* a, const PredV* pg, const uint8_
 // SPLICE: Zdn = bits 4-0, Zm = bits 9-5, Pg = bits 12-10.
 template <AgnosticVV R> aarch64_decode_rc splice_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  return run_vector_vv(s, field(w, 4, 0), field(w, 4, 0), int(field(w, 12, 10)), field(w, 9, 5), R);
+  return run_agnostic_vv(s, field(w, 4, 0), field(w, 4, 0), int(field(w, 12, 10)), field(w, 9, 5), R);
 }
 // COMPACT: Zd = bits 4-0, Zn = bits 9-5, Pg = bits 12-10.
 template <AgnosticVV R> aarch64_decode_rc compact_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  return run_vector_vv(s, field(w, 4, 0), field(w, 9, 5), int(field(w, 12, 10)), field(w, 9, 5), R);
+  return run_agnostic_vv(s, field(w, 4, 0), field(w, 9, 5), int(field(w, 12, 10)), field(w, 9, 5), R);
 }
 
 }  // namespace

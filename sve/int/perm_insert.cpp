@@ -18,7 +18,7 @@ template <class T, bool FromSimd, AgnosticVI R> aarch64_decode_rc insert_handler
   s->insn = w;
   unsigned m = field(w, 9, 5);
   uint64_t v = FromSimd ? uint64_t(elem<T>(s->z[m], 0)) : read_reg(s, aarch64_i_reg{uint8_t(m)});
-  return run_vector_vi(s, field(w, 4, 0), field(w, 4, 0), -1, v, R);
+  return run_agnostic_vi(s, field(w, 4, 0), field(w, 4, 0), -1, v, R);
 }
 
 }  // namespace

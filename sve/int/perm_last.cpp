@@ -122,7 +122,7 @@ template <class T> aarch64_decode_rc clastb_r_handler(cpu_state* s, unsigned w) 
 template <class T, bool ToSimd, AgnosticScalar R> aarch64_decode_rc scalar_handler(cpu_state* s, unsigned w) {
   s->insn = w;
   unsigned d = field(w, 4, 0);
-  CpuContext c = pred_context(s);
+  CpuContext c = make_context_without_ffr(s);
   PredV pg = pack_pred(s->p[field(w, 12, 10)]);
   uint64_t v = ToSimd ? uint64_t(elem<T>(s->z[d], 0)) : read_reg(s, aarch64_i_reg{uint8_t(d)});
   R(&v, s->z[field(w, 9, 5)], &pg, &c);
@@ -132,7 +132,7 @@ template <class T, bool ToSimd, AgnosticScalar R> aarch64_decode_rc scalar_handl
 }
 template <AgnosticVV R> aarch64_decode_rc vector_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  return run_vector_vv(s, field(w, 4, 0), field(w, 4, 0), int(field(w, 12, 10)), field(w, 9, 5), R);
+  return run_agnostic_vv(s, field(w, 4, 0), field(w, 4, 0), int(field(w, 12, 10)), field(w, 9, 5), R);
 }
 
 }  // namespace

@@ -74,7 +74,7 @@ template <class T, Zz X> aarch64_decode_rc zz_handler(cpu_state* s, unsigned w) 
 }
 template <AgnosticVI R> aarch64_decode_rc agnostic_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  return run_vector_vi(s, field(w, 4, 0), field(w, 9, 5), -1, 0, R);
+  return run_agnostic_vi(s, field(w, 4, 0), field(w, 9, 5), -1, 0, R);
 }
 }  // namespace
 }  // namespace sve

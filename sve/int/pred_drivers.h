@@ -128,19 +128,6 @@ inline PredV leading_elements(int count, int ebytes) {
 // Routine of a predicate-to-predicate operation on the length-agnostic route.
 using AgnosticPPPP = void (*)(PredV* d, const PredV* g, const PredV* n, const PredV* m, CpuContext* c);
 
-// The context of a routine of these families: flags, status, control and
-// length. Their routines neither read nor write the FFR, so it is left clear
-// here and not written back (packing and unpacking it would double the cost
-// of the cheaper routines).
-inline CpuContext pred_context(const cpu_state* s) {
-  CpuContext c;
-  c.flags = uint32_t(s->nzcv);
-  c.fpsr = s->fpsr;
-  c.fpcr = s->fpcr & FPCR_CONTEXT_MASK;
-  c.vl = SVE_VL_BYTES / 8;
-  c.ffr = PredV{};
-  return c;
-}
 // Flags (bits 31-28 only) and status back into the state.
 inline void finish_pred_context(cpu_state* s, const CpuContext& c) {
   s->nzcv = (s->nzcv & ~uint64_t(0xF0000000u)) | (c.flags & 0xF0000000u);
@@ -151,7 +138,7 @@ inline void finish_pred_context(cpu_state* s, const CpuContext& c) {
 // runs it and unpacks the result into Pd. Inlined into each handler, where
 // the registers it packs are known.
 [[gnu::always_inline]] inline aarch64_decode_rc run_agnostic_pppp(cpu_state* s, unsigned pd, int pg, int pn, int pm, AgnosticPPPP r) {
-  CpuContext c = pred_context(s);
+  CpuContext c = make_context_without_ffr(s);
   PredV g{}, n{}, m{}, d{};
   if (pg >= 0) g = pack_pred(s->p[pg]);
   if (pn >= 0) n = pack_pred(s->p[pn]);
@@ -159,30 +146,6 @@ inline void finish_pred_context(cpu_state* s, const CpuContext& c) {
   r(&d, &g, &n, &m, &c);
   unpack_pred(d, s->p[pd]);
   finish_pred_context(s, c);
-  return DECODE_OK;
-}
-
-// As run_agnostic_vv and run_agnostic_vi of routes.h, with the FFR-free context
-// above: Zd = the routine over the images of Zn (and Zm), Pg packed when
-// pg >= 0.
-inline aarch64_decode_rc run_vector_vv(cpu_state* s, unsigned zd, unsigned zn, int pg, unsigned zm,
-                                       AgnosticVV routine) {
-  CpuContext c = pred_context(s);
-  VecImage a = load_image(s, int(zn)), b = load_image(s, int(zm)), out;
-  PredV p = pg < 0 ? PredV{} : pack_pred(s->p[pg]);
-  routine(out.b, a.b, &p, b.b, &c);
-  std::memcpy(s->z[zd], out.b, SVE_VL_BYTES);
-  s->fpsr = c.fpsr;
-  return DECODE_OK;
-}
-inline aarch64_decode_rc run_vector_vi(cpu_state* s, unsigned zd, unsigned zn, int pg, uint64_t imm,
-                                       AgnosticVI routine) {
-  CpuContext c = pred_context(s);
-  VecImage a = load_image(s, int(zn)), out;
-  PredV p = pg < 0 ? PredV{} : pack_pred(s->p[pg]);
-  routine(out.b, a.b, &p, imm, &c);
-  std::memcpy(s->z[zd], out.b, SVE_VL_BYTES);
-  s->fpsr = c.fpsr;
   return DECODE_OK;
 }
 

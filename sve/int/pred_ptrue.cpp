@@ -35,7 +35,7 @@ template <class T> aarch64_decode_rc ptrue_handler(cpu_state* s, unsigned w) {
 }
 template <PTruesRoutine R> aarch64_decode_rc ptrues_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  CpuContext c = pred_context(s);
+  CpuContext c = make_context_without_ffr(s);
   PredV d;
   R(&d, int(field(w, 9, 5)), &c);
   unpack_pred(d, s->p[field(w, 3, 0)]);

@@ -105,13 +105,22 @@ inline void unpack_pred(const PredV& p, uint8_t* lanes) {
   expand_word(words[kFull], lanes + 64 * kFull, kRest);
 }
 
-// A context filled from the state, as the handlers of this route pass it.
-inline CpuContext make_context(const cpu_state* s) {
+// A context for routines that neither read nor write the FFR (all but the
+// first-fault loads and the FFR instructions): flags, status, control and
+// length, the FFR left clear, since packing it costs more than the cheaper
+// routines themselves.
+inline CpuContext make_context_without_ffr(const cpu_state* s) {
   CpuContext c;
   c.flags = uint32_t(s->nzcv);
   c.fpsr = s->fpsr;
   c.fpcr = s->fpcr & FPCR_CONTEXT_MASK;
   c.vl = SVE_VL_BYTES / 8;
+  c.ffr = PredV{};
+  return c;
+}
+// A context filled from the state, FFR included.
+inline CpuContext make_context(const cpu_state* s) {
+  CpuContext c = make_context_without_ffr(s);
   c.ffr = pack_pred(s->ffr);
   return c;
 }
