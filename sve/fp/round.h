@@ -11,36 +11,11 @@ namespace sve {
 // Denormal results, flushing, and the alternative half format.
 template <class T> T fp_round_slow(int sign, int exp, T frac, int rm, int mode, int* flags);
 
-// Normal results take a short path: the rounding increment is added to the
-// packed value, so a carry out of the fraction moves into the exponent and an
-// overflow that rounds up lands exactly on infinity.
-template <class T> inline T fp_round(int sign, int exp, T frac, int rm, int mode, int* flags) {
-  constexpr int R = fp_N<T> - fp_F<T>;  // carrier bits below the kept fraction
-  if (exp < 1 || exp >= fp_emax<T> || (fp_N<T> == 16 && (mode & MODE_AHP)))
-    return fp_round_slow(sign, exp, frac, rm, mode, flags);
-  T low = T(frac & ((T(1) << R) - 1)), half = T(T(1) << (R - 1));
-  T packed = fp_pack<T>(sign, exp, T(frac >> R));
-  bool inexact = low != 0;
-  T up;
-  if (rm == 0) [[likely]]
-    up = T((low + half - 1 + (packed & 1)) >> R);  // above half, or half and odd
-  else
-    up = T(inexact && ((rm == 1 && !sign) || (rm == 2 && sign)));
-  packed = T(packed + up);
-  if (rm == 5) packed = T(packed | T(inexact));
-  if (inexact) *flags |= FLAG_IXC;
-  // Only a round-up reaches the all-ones exponent, and only in the modes that overflow to infinity.
-  if (fp_exp(packed) == fp_emax<T>) *flags |= FLAG_OFC | FLAG_IXC;
-  return packed;
-}
-
-unsigned short fp16_round_(int sign, int exp, unsigned short frac, int rm, int mode, int* flags);
-unsigned int fp32_round_(int sign, int exp, unsigned int frac, int rm, int mode, int* flags);
-unsigned long fp64_round_(int sign, int exp, unsigned long frac, int rm, int mode, int* flags);
-
 // The rounding step on a value whose leading one is at bit 63 of n (every
-// lost bit already ORed into bit 0): normal results round in 64-bit
-// arithmetic, with no folding into the carrier first.
+// lost bit already ORed into bit 0). Normal results take a short path in
+// 64-bit arithmetic: the rounding increment is added to the packed value, so
+// a carry out of the fraction moves into the exponent and an overflow that
+// rounds up lands exactly on infinity.
 template <class T> inline T fp_round64(int sign, int exp, uint64_t n, int rm, int mode, int* flags) {
   constexpr int R = 63 - fp_F<T>;  // bits below the kept fraction
   if (exp < 1 || exp >= fp_emax<T> || (fp_N<T> == 16 && (mode & MODE_AHP)))
@@ -57,9 +32,25 @@ template <class T> inline T fp_round64(int sign, int exp, uint64_t n, int rm, in
   packed = T(packed + up);
   if (rm == 5) packed = T(packed | T(inexact));
   if (inexact) *flags |= FLAG_IXC;
+  // Only a round-up reaches the all-ones exponent, and only in the modes that overflow to infinity.
   if (fp_exp(packed) == fp_emax<T>) *flags |= FLAG_OFC | FLAG_IXC;
   return packed;
 }
+
+// The carrier form: frac is placed below a leading one at bit 63 (a 64-bit
+// carrier's bit 0, already a sticky bit, is kept as one).
+template <class T> inline T fp_round(int sign, int exp, T frac, int rm, int mode, int* flags) {
+  uint64_t n = uint64_t(1) << 63;
+  if constexpr (fp_N<T> == 64)
+    n |= uint64_t(frac >> 1) | uint64_t(frac & 1);
+  else
+    n |= uint64_t(frac) << (63 - fp_N<T>);
+  return fp_round64<T>(sign, exp, n, rm, mode, flags);
+}
+
+unsigned short fp16_round_(int sign, int exp, unsigned short frac, int rm, int mode, int* flags);
+unsigned int fp32_round_(int sign, int exp, unsigned int frac, int rm, int mode, int* flags);
+unsigned long fp64_round_(int sign, int exp, unsigned long frac, int rm, int mode, int* flags);
 
 // Normalises a non-zero wide value x whose value is x * 2^scale_exp (scale_exp
 // counted as a biased exponent of bit 0) and rounds it.
