@@ -27,7 +27,7 @@ template <class T> inline T elem(const uint8_t* v, int i) {
 }
 template <class T> inline void set_elem(uint8_t* v, int i, T x) { std::memcpy(v + i * sizeof(T), &x, sizeof(T)); }
 
-// Governing-predicate views: unpacked lanes (cpu_state) or a packed PredV.
+// Governing-predicate views: unpacked lanes (cpu_state) or all true.
 // mask<T>(i) is all ones when element i of type T is active, else 0: it reads
 // the element's lanes as one T, whose bit 0 is bit 0 of the element's first
 // lane, so that the element loops below stay branch-free and vectorise.
@@ -42,19 +42,6 @@ struct LanePred {
   uint32_t quad_mask(int k) const {
     uint32_t x = elem<uint32_t>(lanes, k) & 0x01010101u;
     return (x << 8) - x;
-  }
-};
-struct PackedPred {
-  const PredV* p;
-  bool active(int byte) const { return p->bit(byte); }
-  template <class T> std::make_unsigned_t<T> mask(int i) const {
-    using U = std::make_unsigned_t<T>;
-    return U(U(0) - U(p->bit(i * int(sizeof(T)))));
-  }
-  uint32_t quad_mask(int k) const {
-    uint32_t m = 0;
-    for (int j = 0; j < 4; ++j) m |= p->bit(4 * k + j) ? 0xFFu << (8 * j) : 0u;
-    return m;
   }
 };
 struct AllTrue {
@@ -381,7 +368,7 @@ using AgnosticPI = void (*)(PredV* d, const uint8_t* a, const PredV* pg, uint64_
 
 inline aarch64_decode_rc finish_predicate(cpu_state* s, unsigned pd, const PredV& r, const CpuContext& c) {
   unpack_pred(r, s->p[pd]);
-  s->nzcv = (s->nzcv & ~uint64_t(0xF0000000u)) | (c.flags & 0xF0000000u);
+  store_context_flags(s, c);
   return DECODE_OK;
 }
 inline aarch64_decode_rc run_agnostic_pv(cpu_state* s, unsigned pd, unsigned zn, unsigned pg, unsigned zm,

@@ -23,7 +23,7 @@ template <AgnosticCterm R> aarch64_decode_rc cterm_handler(cpu_state* s, unsigne
   c.flags = uint32_t(s->nzcv);
   c.vl = SVE_VL_BYTES / 8;
   R(read_reg(s, aarch64_i_reg{uint8_t(field(w, 9, 5))}), read_reg(s, aarch64_i_reg{uint8_t(field(w, 20, 16))}), &c);
-  s->nzcv = (s->nzcv & ~uint64_t(0xF0000000u)) | (c.flags & 0xF0000000u);
+  store_context_flags(s, c);
   return DECODE_OK;
 }
 

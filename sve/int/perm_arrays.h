@@ -79,7 +79,7 @@ inline void permute_elems(uint8_t* d, const uint8_t* a, const uint8_t* b) {
 }
 template <class Map, int E>
 inline void permute_bytes(uint8_t* d, const uint8_t* a, const uint8_t* b) {
-  using T = std::conditional_t<E == 1, uint8_t, std::conditional_t<E == 2, uint16_t, std::conditional_t<E == 4, uint32_t, uint64_t>>>;
+  using T = IntOf<E, false>;
   permute_elems<Map, T>(d, a, b);
 }
 // The same at a run-time element size of 1, 2, 4 or 8 bytes.

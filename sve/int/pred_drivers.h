@@ -130,7 +130,7 @@ using AgnosticPPPP = void (*)(PredV* d, const PredV* g, const PredV* n, const Pr
 
 // Flags (bits 31-28 only) and status back into the state.
 inline void finish_pred_context(cpu_state* s, const CpuContext& c) {
-  s->nzcv = (s->nzcv & ~uint64_t(0xF0000000u)) | (c.flags & 0xF0000000u);
+  store_context_flags(s, c);
   s->fpsr = c.fpsr;
 }
 

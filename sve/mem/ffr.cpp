@@ -59,7 +59,7 @@ aarch64_decode_rc h_rdffrs(cpu_state* s, unsigned w) {
   PredV g = pack_pred(s->p[field(w, 8, 5)]), r;
   VecPActualFlgP(&r, &g, &c);
   unpack_pred(r, s->p[field(w, 3, 0)]);
-  s->nzcv = (s->nzcv & ~uint64_t(0xF0000000u)) | (c.flags & 0xF0000000u);
+  store_context_flags(s, c);
   return DECODE_OK;
 }
 

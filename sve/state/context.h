@@ -125,6 +125,12 @@ inline CpuContext make_context(const cpu_state* s) {
   return c;
 }
 
+// The condition flags a routine left in its context, back into the state
+// (bits 31-28 of nzcv only).
+inline void store_context_flags(cpu_state* s, const CpuContext& c) {
+  s->nzcv = (s->nzcv & ~uint64_t(0xF0000000u)) | (c.flags & 0xF0000000u);
+}
+
 // A 256-byte image of a Z register; bytes past the vector length are zero.
 struct VecImage {
   alignas(16) uint8_t b[SVE_MAX_VL_BYTES];
