@@ -2,8 +2,11 @@
 // CMPLE, CMPHI, CMPHS, CMPLO, CMPLS against a vector, an immediate or the
 // 64-bit elements of a vector (wide). Zeroing; the flags are the predicate
 // test of the result under Pg.
+#include <limits>
+
 #include "sve/decode/routes.h"
 #include "sve/int/flags.h"
+#include "sve/int/perm_arrays.h"
 #include "sve/int/wrap.h"
 
 namespace sve {
@@ -28,69 +31,107 @@ struct Le {
   template <class T> bool operator()(T a, T b) const { return a <= b; }
 };
 
-// Element i of the result is the E-byte integer 1 when it is active and
-// rel(a[i], second(i)) holds, else 0.
-template <class T, class Pred, class Second, class Rel>
-inline void compare_lanes(uint8_t* __restrict d, const uint8_t* a, int n, Pred pg, Second second, Rel rel) {
+// Element i of `mask` is all ones when rel(a[i], second(i)) holds, else 0.
+template <class T, class Second, class Rel>
+inline void compare_mask(uint8_t* __restrict mask, const uint8_t* a, int n, Second second, Rel rel) {
   using U = UnsignedOf<T>;
 #pragma GCC unroll 16
   for (int i = 0; i < n; ++i) {
     auto b = second(i);
-    U r = rel(decltype(b)(elem<T>(a, i)), b) ? U(1) : U(0);
-    set_elem<U>(d, i, U(pg.template mask<T>(i) & r));
+    set_elem<U>(mask, i, U(U(0) - U(rel(decltype(b)(elem<T>(a, i)), b))));
   }
 }
+// Second operands, read from `off` bytes into the vector.
 template <class T> struct SameElem {
   const uint8_t* b;
   T operator()(int i) const { return elem<T>(b, i); }
+  SameElem at(int off) const { return {b + off}; }
 };
-// The 64-bit element covering element i, signed or unsigned like T.
+// The 64-bit element covering element i, signed or unsigned like T, clamped
+// to one step beyond T's range in the next wider type: every relation of a T
+// value with it is unchanged, and the compare runs at twice T's width
+// instead of 64 bits.
 template <class T> struct WideElem {
+  using B = IntOf<8, std::is_signed_v<T>>;
+  using W = IntOf<(sizeof(T) < 8 ? 2 * sizeof(T) : 8), std::is_signed_v<T>>;
   const uint8_t* b;
-  IntOf<8, std::is_signed_v<T>> operator()(int i) const {
-    return elem<IntOf<8, std::is_signed_v<T>>>(b, i * int(sizeof(T)) / 8);
+  W operator()(int i) const {
+    B v = elem<B>(b, i * int(sizeof(T)) / 8);
+    if constexpr (sizeof(T) < 8) {
+      constexpr B lo = B(std::numeric_limits<T>::min()) - (std::is_signed_v<T> ? 1 : 0);
+      constexpr B hi = B(std::numeric_limits<T>::max()) + 1;
+      v = v < lo ? lo : v > hi ? hi : v;
+    }
+    return W(v);
   }
+  WideElem at(int off) const { return {b + off}; }
 };
 template <class T> struct Splat {
   T v;
   T operator()(int) const { return v; }
+  Splat at(int) const { return *this; }
 };
 
+// Sixteen bytes of the compare: `out` gets the E-byte integer 1 for each
+// element whose governing lane is set and whose relation holds, 0 for the
+// others. Returns the relation's map (bit k for byte k, set over whole
+// elements), not yet governed. Governing lanes hold 0 or 1.
+template <class T, class Second, class Rel>
+inline uint64_t compare_chunk(uint8_t* out, const uint8_t* a, const uint8_t* g, Second second, Rel rel) {
+  using U = UnsignedOf<T>;
+  alignas(16) uint8_t mask[16], lanes[16];
+  compare_mask<T>(mask, a, 16 / int(sizeof(T)), second, rel);
+  const uint64_t map = sign_mask16(mask);
+  // Byte lanes are 0 or 1 already; wider elements keep only their start lane.
+  constexpr U kKeep = sizeof(T) == 1 ? U(~0u) : U(1);
+#pragma GCC unroll 16
+  for (int i = 0; i < 16 / int(sizeof(T)); ++i) set_elem<U>(lanes, i, U(elem<U>(mask, i) & elem<U>(g, i) & kKeep));
+  std::memcpy(out, lanes, 16);
+  return map;
+}
+
 // ---- fixed-length route ----
+// Chunk by chunk: the governing lanes of a chunk are packed before the
+// chunk's result is stored, so Pd may be Pg.
 template <class T, class Second, class Rel>
 aarch64_decode_rc fixed_compare(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_z_reg zn, Second second,
                                 Rel rel) {
-  alignas(16) uint8_t result[SVE_VL_BYTES];
-  compare_lanes<T>(result, s->z[zn.num], kElems<T>, LanePred{s->p[pg.num]}, second, rel);
-  sve_ptest<T>(s, reinterpret_cast<const char*>(s->p[pg.num]), reinterpret_cast<const char*>(result));
-  std::memcpy(s->p[pd.num], result, SVE_VL_BYTES);
+  static_assert(SVE_VL_BYTES % 16 == 0 && SVE_VL_BYTES <= 128);
+  const uint8_t *a = s->z[zn.num], *g = s->p[pg.num];
+  uint8_t* d = s->p[pd.num];
+  uint64_t gw[2] = {}, tw[2] = {};
+#pragma GCC unroll 8
+  for (int k = 0; k < SVE_VL_BYTES / 16; ++k) {
+    gw[k / 4] |= pack16(g + 16 * k) << (16 * (k % 4));
+    tw[k / 4] |= compare_chunk<T>(d + 16 * k, a + 16 * k, g + 16 * k, second.at(16 * k), rel) << (16 * (k % 4));
+  }
+  sve_ptest_words<T>(s, gw[0], gw[1], gw[0] & tw[0], gw[1] & tw[1]);
   return DECODE_OK;
 }
 
 // ---- length-agnostic routines ----
+// The governing lanes of each chunk are expanded from the packed map.
+template <class T, class Second, class Rel>
+void compare_packed(PredV* d, const uint8_t* a, const PredV* pg, Second second, CpuContext* c) {
+  const int vl = vl_bytes(c);
+  PredV r{};
+  for (int off = 0; off < vl; off += 16) {
+    alignas(16) uint8_t lanes[16], out[16];
+    expand_word(pg->w[off / 64] >> (off % 64), lanes, 2);
+    r.w[off / 64] |= compare_chunk<T>(out, a + off, lanes, second.at(off), Rel{}) << (off % 64);
+  }
+  // Governed, and kept at element starts.
+  for (int w = 0; w < SVE_MAX_VL_BYTES / 64; ++w) r.w[w] &= pg->w[w] & element_starts(int(sizeof(T)));
+  *d = r;
+  PredSetNZCV(*pg, *d, kBits<T>, c);
+}
 template <class T, template <class> class Second, class Rel>
 void compare_routine(PredV* d, const uint8_t* a, const PredV* pg, const uint8_t* b, CpuContext* c) {
-  alignas(16) uint8_t lanes[SVE_MAX_VL_BYTES], result[SVE_MAX_VL_BYTES];
-  int vl = vl_bytes(c);
-  expand_pred(*pg, lanes, vl);
-  agnostic_chunks16(vl, [&](int off, auto chunk) {
-    compare_lanes<T>(result + off, a + off, chunk() / int(sizeof(T)), LanePred{lanes + off}, Second<T>{b + off}, Rel{});
-  });
-  *d = PredV{};
-  pack_lanes(result, *d, vl);
-  PredSetNZCV(*pg, *d, kBits<T>, c);
+  compare_packed<T, Second<T>, Rel>(d, a, pg, Second<T>{b}, c);
 }
 template <class T, class Rel>
 void compare_imm_routine(PredV* d, const uint8_t* a, const PredV* pg, uint64_t imm, CpuContext* c) {
-  alignas(16) uint8_t lanes[SVE_MAX_VL_BYTES], result[SVE_MAX_VL_BYTES];
-  int vl = vl_bytes(c);
-  expand_pred(*pg, lanes, vl);
-  agnostic_chunks16(vl, [&](int off, auto chunk) {
-    compare_lanes<T>(result + off, a + off, chunk() / int(sizeof(T)), LanePred{lanes + off}, Splat<T>{T(imm)}, Rel{});
-  });
-  *d = PredV{};
-  pack_lanes(result, *d, vl);
-  PredSetNZCV(*pg, *d, kBits<T>, c);
+  compare_packed<T, Splat<T>, Rel>(d, a, pg, Splat<T>{T(imm)}, c);
 }
 
 // Pd = bits 3-0, Zn = bits 9-5, Pg = bits 12-10 (zeroing), Zm = bits 20-16.
@@ -124,21 +165,22 @@ template <class T, AgnosticPI R> aarch64_decode_rc h_agn_ppzi(cpu_state* s, unsi
 using namespace sve;
 
 #define SVE_CMP_PPZZ(NAME, SIGNED, REL)                                                                    \
-  extern "C" aarch64_decode_rc NAME(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_z_reg zn,  \
-                                    aarch64_z_reg zm) {                                                  \
+  extern "C" SVE_EXECUTOR aarch64_decode_rc NAME(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg,      \
+                                                 aarch64_z_reg zn, aarch64_z_reg zm) {                                                  \
     return by_esize<SIGNED>(pd.esize, [&](auto t) {                                                      \
       using T = typename decltype(t)::type;                                                              \
       return fixed_compare<T>(s, pd, pg, zn, SameElem<T>{s->z[zm.num]}, REL{});                          \
     });                                                                                                  \
   }
 #define SVE_CMP_PPZI(NAME, SIGNED, REL)                                                                    \
-  extern "C" aarch64_decode_rc NAME(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_z_reg zn,  \
-                                    std::conditional_t<SIGNED, int, unsigned> imm) {                     \
+  extern "C" SVE_EXECUTOR aarch64_decode_rc NAME(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg,      \
+                                                 aarch64_z_reg zn, std::conditional_t<SIGNED, int, unsigned> imm) {                     \
     return by_esize<SIGNED>(pd.esize, [&](auto t) {                                                      \
       using T = typename decltype(t)::type;                                                              \
       return fixed_compare<T>(s, pd, pg, zn, Splat<T>{T(imm)}, REL{});                                   \
     });                                                                                                  \
   }
+SVE_EXECUTORS_BEGIN
 SVE_CMP_PPZZ(sve_cmpeq_ppzz, true, Eq)
 SVE_CMP_PPZZ(sve_cmpne_ppzz, true, Ne)
 SVE_CMP_PPZZ(sve_cmpgt_ppzz, true, Gt)
@@ -152,6 +194,7 @@ SVE_CMP_PPZI(sve_cmplt_ppzi, true, Lt)
 SVE_CMP_PPZI(sve_cmple_ppzi, true, Le)
 SVE_CMP_PPZI(sve_cmphi_ppzi, false, Gt)
 SVE_CMP_PPZI(sve_cmplo_ppzi, false, Lt)
+SVE_EXECUTORS_END
 
 SVE_FOR_S(SVE_EXPORT_PI, CmpFlgGEVIZ, compare_imm_routine, Ge)
 SVE_FOR_U(SVE_EXPORT_PI, CmpFlgGEVIZ, compare_imm_routine, Ge)

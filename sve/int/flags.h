@@ -33,22 +33,29 @@ inline uint64_t element_starts(int step) {
   return step == 1 ? kElementStarts<1> : step == 2 ? kElementStarts<2> : step == 4 ? kElementStarts<4> : kElementStarts<8>;
 }
 
-// Fixed-length predicate test at the element width sizeof(T) over unpacked
-// lanes: an element is governed and tested by bit 0 of its lowest lane byte.
-// The lanes are packed into 64-bit map words and kept only at element
-// starts, so the first and last active elements are bit scans.
+// Fixed-length predicate test at the element width sizeof(T) on packed map
+// words (bit k = lane byte k; two words at this length): an element is
+// governed and tested by the bit of its lowest lane byte, so the maps are
+// kept only at element starts and the first and last active elements are
+// isolated bits. Branch-free.
+inline uint64_t lowest_bit(uint64_t x) { return x & (0 - x); }
+inline uint64_t highest_bit(uint64_t x) { return x ? uint64_t(1) << (63 - __builtin_clzll(x)) : 0; }
 template <class T>
-inline void sve_ptest_maps(cpu_state* s, const PredV& g, const PredV& t) {
+inline void sve_ptest_words(cpu_state* s, uint64_t g0, uint64_t g1, uint64_t t0, uint64_t t1) {
   static_assert(SVE_VL_BYTES <= 128, "two map words");
   constexpr uint64_t starts = kElementStarts<int(sizeof(T))>;
-  uint64_t glo = g.w[0] & starts, ghi = g.w[1] & starts, tlo = t.w[0] & starts, thi = t.w[1] & starts;
-  NzcFlags f{false, ((glo & tlo) | (ghi & thi)) == 0, true};
-  if (glo | ghi) {
-    f.n = glo ? (tlo >> __builtin_ctzll(glo)) & 1 : (thi >> __builtin_ctzll(ghi)) & 1;
-    f.c = ghi ? !((thi >> (63 - __builtin_clzll(ghi))) & 1) : !((tlo >> (63 - __builtin_clzll(glo))) & 1);
-  }
+  g0 &= starts, g1 &= starts;
+  const uint64_t first0 = lowest_bit(g0), first1 = g0 ? 0 : lowest_bit(g1);
+  const uint64_t last1 = highest_bit(g1), last0 = g1 ? 0 : highest_bit(g0);
+  NzcFlags f{((t0 & first0) | (t1 & first1)) != 0, ((g0 & t0) | (g1 & t1)) == 0,
+             ((t0 & last0) | (t1 & last1)) == 0};
   s->nzcv = with_nzcv(s->nzcv, f);
 }
+template <class T>
+inline void sve_ptest_maps(cpu_state* s, const PredV& g, const PredV& t) {
+  sve_ptest_words<T>(s, g.w[0], g.w[1], t.w[0], t.w[1]);
+}
+// The same over unpacked lanes (one byte, 0 or 1, per vector byte).
 template <class T>
 inline void sve_ptest(cpu_state* s, const char* governing, const char* tested) {
   sve_ptest_maps<T>(s, pack_pred(reinterpret_cast<const uint8_t*>(governing)),

@@ -44,9 +44,22 @@ inline uint8_t pack8(const uint8_t* lanes) {
 inline uint64_t pack16(const uint8_t* lanes) {
 #if defined(__SSE2__)
   __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(lanes));
-  return uint16_t(_mm_movemask_epi8(_mm_slli_epi16(v, 7)));  // bit 0 of each lane to its sign bit
+  // Bit 0 of each lane to its sign bit; the mask is already zero above bit 15.
+  return uint32_t(_mm_movemask_epi8(_mm_slli_epi16(v, 7)));
 #else
   return pack8(lanes) | uint64_t(pack8(lanes + 8)) << 8;
+#endif
+}
+// Bit k = bit 7 of byte k, for sixteen bytes of all-ones/zero masks.
+inline uint64_t sign_mask16(const uint8_t* bytes) {
+#if defined(__SSE2__)
+  return uint32_t(_mm_movemask_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes))));
+#else
+  uint64_t lo, hi;
+  std::memcpy(&lo, bytes, 8);
+  std::memcpy(&hi, bytes + 8, 8);
+  constexpr uint64_t kOnes = 0x0101010101010101ull, kGather = 0x0102040810204080ull;
+  return (((lo >> 7) & kOnes) * kGather >> 56) | (((hi >> 7) & kOnes) * kGather >> 56) << 8;
 #endif
 }
 constexpr uint64_t spread8(unsigned bits8) {
