@@ -80,7 +80,7 @@ aarch64_decode_rc break_lanes(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, 
 // the result when it lies below the count. Pd may be any source: it is
 // written last, each 16-byte run after it is read.
 template <bool After, bool SetFlags>
-void break_prev_lanes(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_p_reg pn, aarch64_p_reg pm) {
+[[gnu::always_inline]] inline void break_prev_lanes(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_p_reg pn, aarch64_p_reg pm) {
   const uint8_t* g = s->p[pg.num];
   int last = last_lane(g), count = 0;
   if (last >= 0 && (s->p[pn.num][last] & 1)) {
@@ -88,7 +88,7 @@ void break_prev_lanes(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_
     count = After && before < SVE_VL_BYTES ? before + 1 : before;
   }
   if (SetFlags) {
-    bool any = lanes_before_first_common(g, g) < count;  // the first active lane is kept
+    bool any = first_lane_of<1>(g, 0) < count;  // the first active lane is kept
     s->nzcv = with_nzcv(s->nzcv, NzcFlags{any, !any, !(last >= 0 && last < count)});
   }
   break_result<false>(s->p[pd.num], g, g, count);
