@@ -130,11 +130,8 @@ template <int E> inline int first_lane_of(const uint8_t* lanes, int from) {
   int j = from & ~7;
   if (j >= SVE_VL_BYTES) return SVE_VL_BYTES;
   uint64_t x = elem<uint64_t>(lanes + j, 0) & lane_starts(E) & (~uint64_t(0) << 8 * (from & 7));
-  if (x) return j + __builtin_ctzll(x) / 8;
-#pragma GCC unroll 16
-  for (int k = 8; k < SVE_VL_BYTES; k += 8)  // constant bounds: unrolled, each step a test and two branches
-    if (k > j && (x = elem<uint64_t>(lanes + k, 0) & lane_starts(E))) return k + __builtin_ctzll(x) / 8;
-  return SVE_VL_BYTES;
+  while (!x && (j += 8) < SVE_VL_BYTES) x = elem<uint64_t>(lanes + j, 0) & lane_starts(E);
+  return x ? j + __builtin_ctzll(x) / 8 : SVE_VL_BYTES;
 }
 
 // Number of E-byte elements whose first lane is set in both a and b (b = a

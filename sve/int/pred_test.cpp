@@ -25,7 +25,7 @@ template <class T> [[gnu::always_inline]] inline void pnext(cpu_state* s, uint8_
   int next = first_lane_of<E>(pv, from);
   NzcFlags f{false, true, true};
   if (next < SVE_VL_BYTES)
-    f = {from == 0 || first_lane_of<E>(pv, 0) == next, false, first_lane_of<E>(pv, next + 1) < SVE_VL_BYTES};
+    f = {from == 0 || first_lane_of<E>(pv, 0) == next, false, last_lane_of<E>(pv) > next};
   s->nzcv = with_nzcv(s->nzcv, f);
   clear_lanes(dn);
   if (next < SVE_VL_BYTES) dn[next] = 1;
