@@ -57,7 +57,8 @@ template <bool Unsigned, bool OrEqual> int while_count(uint64_t a, uint64_t b, i
 // result against an all-true predicate: N = first element, Z = none, C = not
 // the last (V clear).
 template <bool Unsigned, bool OrEqual>
-aarch64_decode_rc while_fixed(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn, aarch64_i_reg rm, int bits) {
+[[gnu::always_inline]] inline aarch64_decode_rc while_fixed(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn,
+                                                            aarch64_i_reg rm, int bits) {
   const int n = SVE_VL_BYTES >> pd.esize;
   int count = while_count<Unsigned, OrEqual>(read_reg(s, rn), read_reg(s, rm), bits, n);
   leading_lanes(s->p[pd.num], pd.esize, count);
@@ -79,15 +80,20 @@ using AgnosticWhile = void (*)(PredV*, uint64_t, uint64_t, CpuContext*);
 }  // namespace
 }  // namespace sve
 
-aarch64_decode_rc sve_whilelt_prr(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn, aarch64_i_reg rm, int bits) {
+SVE_EXECUTORS_BEGIN
+SVE_EXECUTOR aarch64_decode_rc sve_whilelt_prr(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn, aarch64_i_reg rm,
+                                              int bits) {
   return sve::while_fixed<false, false>(s, pd, rn, rm, bits);
 }
-aarch64_decode_rc sve_whilelo_prr(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn, aarch64_i_reg rm, int bits) {
+SVE_EXECUTOR aarch64_decode_rc sve_whilelo_prr(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn, aarch64_i_reg rm,
+                                              int bits) {
   return sve::while_fixed<true, false>(s, pd, rn, rm, bits);
 }
-aarch64_decode_rc sve_whilels_prr(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn, aarch64_i_reg rm, int bits) {
+SVE_EXECUTOR aarch64_decode_rc sve_whilels_prr(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn, aarch64_i_reg rm,
+                                              int bits) {
   return sve::while_fixed<true, true>(s, pd, rn, rm, bits);
 }
+SVE_EXECUTORS_END
 
 #define SVE_WHILELE_EXPORT(T, ...)                                                                  \
   extern "C" void Vec##T##While4LESS(PredV* d, uint64_t n, uint64_t m, CpuContext* c) {             \

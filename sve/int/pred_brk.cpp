@@ -80,7 +80,8 @@ aarch64_decode_rc break_lanes(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, 
 // the result when it lies below the count. Pd may be any source: it is
 // written last, each 16-byte run after it is read.
 template <bool After, bool SetFlags>
-[[gnu::always_inline]] inline void break_prev_lanes(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_p_reg pn, aarch64_p_reg pm) {
+[[gnu::always_inline]] inline void break_prev_lanes(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_p_reg pn,
+                                                    aarch64_p_reg pm) {
   const uint8_t* g = s->p[pg.num];
   int last = last_lane(g), count = 0;
   if (last >= 0 && (s->p[pn.num][last] & 1)) {
