@@ -57,7 +57,8 @@ template <bool Unsigned, bool OrEqual> int while_count(uint64_t a, uint64_t b, i
 // result against an all-true predicate: N = first element, Z = none, C = not
 // the last (V clear).
 template <bool Unsigned, bool OrEqual>
-aarch64_decode_rc while_fixed(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn, aarch64_i_reg rm, int bits) {
+[[gnu::always_inline]] inline aarch64_decode_rc while_fixed(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn,
+                                                            aarch64_i_reg rm, int bits) {
   const int n = SVE_VL_BYTES >> pd.esize;
   int count = while_count<Unsigned, OrEqual>(read_reg(s, rn), read_reg(s, rm), bits, n);
   leading_lanes(s->p[pd.num], pd.esize, count);
@@ -66,28 +67,33 @@ aarch64_decode_rc while_fixed(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn, 
 }
 
 // Routine of the length-agnostic form: result map d; flags against an
-// all-true predicate at the element width.
+// all-true predicate at the element width, as in the fixed form.
 template <class T, int Bits>
 void whilele_routine(PredV* d, uint64_t rn, uint64_t rm, CpuContext* c) {
   constexpr int E = int(sizeof(T));
-  int n = agnostic_elems<T>(c);
-  *d = leading_elements(while_count<false, true>(rn, rm, Bits, n), E);
-  PredSetNZCV(leading_elements(n, E), *d, E * 8, c);
+  int n = agnostic_elems<T>(c), count = while_count<false, true>(rn, rm, Bits, n);
+  *d = leading_elements(count, E);
+  set_context_nzcv(c, NzcFlags{count > 0, count == 0, count < n});
 }
 using AgnosticWhile = void (*)(PredV*, uint64_t, uint64_t, CpuContext*);
 
 }  // namespace
 }  // namespace sve
 
-aarch64_decode_rc sve_whilelt_prr(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn, aarch64_i_reg rm, int bits) {
+SVE_EXECUTORS_BEGIN
+SVE_EXECUTOR aarch64_decode_rc sve_whilelt_prr(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn, aarch64_i_reg rm,
+                                              int bits) {
   return sve::while_fixed<false, false>(s, pd, rn, rm, bits);
 }
-aarch64_decode_rc sve_whilelo_prr(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn, aarch64_i_reg rm, int bits) {
+SVE_EXECUTOR aarch64_decode_rc sve_whilelo_prr(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn, aarch64_i_reg rm,
+                                              int bits) {
   return sve::while_fixed<true, false>(s, pd, rn, rm, bits);
 }
-aarch64_decode_rc sve_whilels_prr(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn, aarch64_i_reg rm, int bits) {
+SVE_EXECUTOR aarch64_decode_rc sve_whilels_prr(cpu_state* s, aarch64_p_reg pd, aarch64_i_reg rn, aarch64_i_reg rm,
+                                              int bits) {
   return sve::while_fixed<true, true>(s, pd, rn, rm, bits);
 }
+SVE_EXECUTORS_END
 
 #define SVE_WHILELE_EXPORT(T, ...)                                                                  \
   extern "C" void Vec##T##While4LESS(PredV* d, uint64_t n, uint64_t m, CpuContext* c) {             \
@@ -108,13 +114,13 @@ template <class T, WhileExec X, int Bits> aarch64_decode_rc while_handler(cpu_st
   return X(s, preg<T>(field(w, 3, 0)), aarch64_i_reg{uint8_t(field(w, 9, 5))},
            aarch64_i_reg{uint8_t(field(w, 20, 16))}, Bits);
 }
-template <AgnosticWhile R> aarch64_decode_rc whilele_handler(cpu_state* s, unsigned w) {
+template <class T, AgnosticWhile R> aarch64_decode_rc whilele_handler(cpu_state* s, unsigned w) {
   s->insn = w;
   CpuContext c = make_context_without_ffr(s);
   PredV d;
   R(&d, read_reg(s, aarch64_i_reg{uint8_t(field(w, 9, 5))}), read_reg(s, aarch64_i_reg{uint8_t(field(w, 20, 16))}),
     &c);
-  unpack_pred(d, s->p[field(w, 3, 0)]);
+  unpack_leading(d, s->p[field(w, 3, 0)], kEsize<T>);
   finish_pred_context(s, c);
   return DECODE_OK;
 }
@@ -129,7 +135,7 @@ template <AgnosticWhile R> aarch64_decode_rc whilele_handler(cpu_state* s, unsig
       SVE_DEF(TU, While8LTSS, sve::while_handler, &sve_whilelo_prr, 64),                   \
       SVE_DEF(TU, While4LESS, sve::while_handler, &sve_whilels_prr, 32),                   \
       SVE_DEF(TU, While8LESS, sve::while_handler, &sve_whilels_prr, 64),                   \
-      SVE_AGN_DEF(TS, While4LESS, sve::whilele_handler), SVE_AGN_DEF(TS, While8LESS, sve::whilele_handler)
+      SVE_AGN_DEF_T(TS, While4LESS, sve::whilele_handler), SVE_AGN_DEF_T(TS, While8LESS, sve::whilele_handler)
 
 const HandlerDef kCountWhileHandlers[] = {
     SVE_WHILE_DEFS(S8, U8), SVE_WHILE_DEFS(S16, U16), SVE_WHILE_DEFS(S32, U32), SVE_WHILE_DEFS(S64, U64),

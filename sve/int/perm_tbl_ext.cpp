@@ -4,21 +4,62 @@
 
 namespace sve {
 namespace {
-// Zd[i] = Zn[Zm[i]] when the index is below the element count, else 0. The
-// table is copied with zeros after it: byte indices (all below 256) look it
-// up directly, wider ones clamped to the first zero; so d may be any source
-// and the loop has no branch.
-template <class T> void tbl(uint8_t* d, const uint8_t* table, const uint8_t* idx) {
-  constexpr int n = kElems<T>, slots = sizeof(T) == 1 ? 256 : n + 1;
-  T t[slots];
+// Zd[i] = Zn[Zm[i]] when the index is below the element count, else 0.
+// Both forms read the whole table before writing d, and each index before
+// the element it gives, so d may be any source.
+
+using Bytes16 = uint8_t __attribute__((vector_size(16)));
+
+// Sixteen byte lookups in the 112-byte table t (seven 16-byte pieces): each
+// pair of pieces answers the low five bits of an index (two-source byte
+// shuffles, one instruction or a few on either host), bits 5 and 6 pick the
+// pair, and indices from 112 up give zero.
+inline Bytes16 lookup112(const Bytes16* t, Bytes16 k) {
+  Bytes16 p0 = __builtin_shuffle(t[0], t[1], k), p1 = __builtin_shuffle(t[2], t[3], k);
+  Bytes16 p2 = __builtin_shuffle(t[4], t[5], k), p3 = __builtin_shuffle(t[6], k);
+  auto b5_clear = (k & 32) == 0, b6_clear = (k & 64) == 0;
+  Bytes16 r = b6_clear ? (b5_clear ? p0 : p1) : (b5_clear ? p2 : p3);
+  return k < SVE_VL_BYTES ? r : Bytes16{};
+}
+// Byte elements, sixteen at a time.
+inline void tbl_bytes(uint8_t* d, const uint8_t* table, const uint8_t* idx) {
+  static_assert(SVE_VL_BYTES == 112, "seven table pieces");
+  Bytes16 t[7];
   std::memcpy(t, table, SVE_VL_BYTES);
-  for (int k = n; k < slots; ++k) t[k] = 0;
-#pragma GCC unroll 16
-  for (int i = 0; i < n; ++i) {
-    T k = elem<T>(idx, i);
-    if constexpr (sizeof(T) == 1) set_elem<T>(d, i, t[k]);
-    else set_elem<T>(d, i, t[k < T(n) ? k : T(n)]);
+#pragma GCC unroll 8
+  for (int j = 0; j < SVE_VL_BYTES; j += 16) {
+    Bytes16 k, r;
+    std::memcpy(&k, idx + j, 16);
+    r = lookup112(t, k);
+    std::memcpy(d + j, &r, 16);
   }
+}
+// Wider elements, one load each from the table copied with a zero after it;
+// out-of-range indices are clamped to the zero, for 16- and 32-bit elements
+// in a vector loop of their own (a 64-bit unsigned minimum is no vector
+// instruction on either host, so doublewords clamp as they go).
+template <class T> void tbl_wide(uint8_t* d, const uint8_t* table, const uint8_t* idx) {
+  constexpr int n = kElems<T>;
+  T t[n + 1], k[n];  // k: the clamped indices
+  std::memcpy(t, table, SVE_VL_BYTES);
+  t[n] = 0;
+  auto clamped = [&](int i) {
+    T x = elem<T>(idx, i);
+    return x < T(n) ? x : T(n);
+  };
+  if constexpr (sizeof(T) == 8) {
+#pragma GCC unroll 16
+    for (int i = 0; i < n; ++i) set_elem<T>(d, i, t[clamped(i)]);
+  } else {
+#pragma GCC unroll 16
+    for (int i = 0; i < n; ++i) k[i] = clamped(i);
+#pragma GCC unroll 16
+    for (int i = 0; i < n; ++i) set_elem<T>(d, i, t[k[i]]);
+  }
+}
+template <class T> void tbl(uint8_t* d, const uint8_t* table, const uint8_t* idx) {
+  if constexpr (sizeof(T) == 1) tbl_bytes(d, table, idx);
+  else tbl_wide<T>(d, table, idx);
 }
 }  // namespace
 }  // namespace sve

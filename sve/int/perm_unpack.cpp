@@ -2,6 +2,7 @@
 // width. Zero-extending forms and the sign-extending form to doublewords run
 // fixed length; sign extension to halfwords and words runs length agnostic.
 #include <type_traits>
+#include <utility>
 
 #include "sve/decode/routes.h"
 #include "sve/int/pred_drivers.h"
@@ -20,12 +21,44 @@ inline void unpack_loop(uint8_t* d, const uint8_t* a, int wide_elems, int half) 
   for (int i = 0; i < wide_elems; ++i) set_elem<Wide>(d, i, Wide(elem<Narrow>(a, half + i)));
 }
 
+// Fixed length, on 16-byte vectors of Narrow elements: each element next to
+// its extension (zero, or copies of its sign bit) is the wide element, so a
+// half vector widens by one interleave (one instruction on either host).
+template <class Narrow> struct Vec16T {
+  typedef Narrow type __attribute__((vector_size(16)));
+};
+template <class Narrow> using Vec16 = typename Vec16T<Narrow>::type;
+template <class Narrow, int Half, size_t... I> constexpr Vec16<Narrow> interleave_mask(std::index_sequence<I...>) {
+  constexpr int c = 16 / int(sizeof(Narrow));
+  return Vec16<Narrow>{Narrow(Half * c / 2 + int(I) / 2 + (I % 2 ? c : 0))...};
+}
+template <class Narrow, int Half> inline Vec16<Narrow> widen(Vec16<Narrow> v) {
+  constexpr int c = 16 / int(sizeof(Narrow));
+  Vec16<Narrow> ext = std::is_signed_v<Narrow> ? v >> (8 * int(sizeof(Narrow)) - 1) : Vec16<Narrow>{};
+  return __builtin_shuffle(v, ext, interleave_mask<Narrow, Half>(std::make_index_sequence<c>{}));
+}
+// The 56 bytes of the half of Zn as 16-byte loads within the register (the
+// last one ends at the end of the half), all read before Zd, which may be
+// Zn, is written.
+// (Words to doublewords compile as well from the element loop.)
 template <class Narrow, bool Hi>
 aarch64_decode_rc unpack_fixed(cpu_state* s, aarch64_z_reg zd, aarch64_z_reg zn) {
-  constexpr int n = SVE_VL_BYTES / int(2 * sizeof(Narrow));
-  alignas(16) uint8_t tmp[SVE_VL_BYTES];
-  unpack_loop<Narrow>(tmp, s->z[zn.num], n, Hi ? n : 0);
-  std::memcpy(s->z[zd.num], tmp, SVE_VL_BYTES);
+  static_assert(SVE_VL_BYTES == 112, "seven output pieces");
+  if constexpr (sizeof(Narrow) == 4) {
+    constexpr int n = SVE_VL_BYTES / 8;
+    alignas(16) uint8_t tmp[SVE_VL_BYTES];
+    unpack_loop<Narrow>(tmp, s->z[zn.num], n, Hi ? n : 0);
+    std::memcpy(s->z[zd.num], tmp, SVE_VL_BYTES);
+    return DECODE_OK;
+  }
+  const uint8_t* src = s->z[zn.num] + (Hi ? SVE_VL_BYTES / 2 : 0);
+  Vec16<Narrow> in[4];
+  for (int k = 0; k < 3; ++k) std::memcpy(&in[k], src + 16 * k, 16);
+  std::memcpy(&in[3], src + 40, 16);
+  Vec16<Narrow> out[7] = {widen<Narrow, 0>(in[0]), widen<Narrow, 1>(in[0]), widen<Narrow, 0>(in[1]),
+                          widen<Narrow, 1>(in[1]), widen<Narrow, 0>(in[2]), widen<Narrow, 1>(in[2]),
+                          widen<Narrow, 1>(in[3])};
+  std::memcpy(s->z[zd.num], out, SVE_VL_BYTES);
   return DECODE_OK;
 }
 

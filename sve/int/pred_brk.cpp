@@ -53,15 +53,8 @@ inline int lanes_before_first_common(const uint8_t* a, const uint8_t* b) {
   }
   return SVE_VL_BYTES;
 }
-// Whether the last lane set in g is set in n (false when none is).
-inline bool last_lane_true(const uint8_t* g, const uint8_t* n) {
-  for (int j = SVE_VL_BYTES - 8; j >= 0; j -= 8) {
-    uint64_t x;
-    std::memcpy(&x, g + j, 8);
-    if (x) return n[j + (63 - __builtin_clzll(x)) / 8] & 1;
-  }
-  return false;
-}
+// The last lane set in g, -1 when none.
+inline int last_lane(const uint8_t* g) { return last_lane_of<1>(g); }
 // out = the active lanes of g among the first `count` lanes; inactive lanes
 // keep Pd when merging, else 0. Pd and out may alias g.
 template <bool Merging> inline void break_result(uint8_t* out, const uint8_t* g, const uint8_t* pd, int count) {
@@ -81,17 +74,25 @@ aarch64_decode_rc break_lanes(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, 
   return DECODE_OK;
 }
 
-// The result goes to out (Pd, or a temporary when the caller tests it before
-// Pd, which may be Pg, is written).
-template <bool After>
-void break_prev_lanes(cpu_state* s, uint8_t* tmp, aarch64_p_reg pg, aarch64_p_reg pn, aarch64_p_reg pm) {
+// BRKPB (After false) and BRKPA at byte granularity: the break applies when
+// the last active lane of Pg is true in Pn. The flags follow from the
+// count of leading lanes the result keeps of Pg: an active lane is true in
+// the result when it lies below the count. Pd may be any source: it is
+// written last, each 16-byte run after it is read.
+template <bool After, bool SetFlags>
+[[gnu::always_inline]] inline void break_prev_lanes(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_p_reg pn,
+                                                    aarch64_p_reg pm) {
   const uint8_t* g = s->p[pg.num];
-  int count = 0;
-  if (last_lane_true(g, s->p[pn.num])) {
+  int last = last_lane(g), count = 0;
+  if (last >= 0 && (s->p[pn.num][last] & 1)) {
     int before = lanes_before_first_common(g, s->p[pm.num]);
     count = After && before < SVE_VL_BYTES ? before + 1 : before;
   }
-  break_result<false>(tmp, g, g, count);
+  if (SetFlags) {
+    bool any = first_lane_of<1>(g, 0) < count;  // the first active lane is kept
+    s->nzcv = with_nzcv(s->nzcv, NzcFlags{any, !any, !(last >= 0 && last < count)});
+  }
+  break_result<false>(s->p[pd.num], g, g, count);
 }
 
 // ---- length agnostic, over packed maps ----
@@ -110,48 +111,57 @@ void break_prev_routine(PredV* d, const PredV* g, const PredV* n, const PredV* m
 }  // namespace
 }  // namespace sve
 
-aarch64_decode_rc sve_brka_ppp(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_p_reg pn) {
+SVE_EXECUTORS_BEGIN
+SVE_EXECUTOR aarch64_decode_rc sve_brka_ppp(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_p_reg pn) {
   return sve::break_lanes<true>(s, pd, pg, pn);
 }
-aarch64_decode_rc sve_brkb_ppp(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_p_reg pn) {
+SVE_EXECUTOR aarch64_decode_rc sve_brkb_ppp(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_p_reg pn) {
   return sve::break_lanes<false>(s, pd, pg, pn);
 }
+SVE_EXECUTORS_END
 
-// Pdm is kept when the last active element of Pn is true, else cleared; the
-// flag form tests the result under an all-true predicate.
-aarch64_decode_rc sve_brkn(cpu_state* s, aarch64_p_reg pdm, aarch64_p_reg pg, aarch64_p_reg pn, bool set_flags) {
-  if (!sve::last_active_true(pack_pred(s->p[pg.num]), pack_pred(s->p[pn.num]), SVE_VL_BYTES))
-    std::memset(s->p[pdm.num], 0, SVE_VL_BYTES);
-  if (set_flags) sve::ptest_esize(s, 0, sve::all_true_lanes(0), s->p[pdm.num]);
-  return DECODE_OK;
-}
-aarch64_decode_rc sve_brkn_ppp(cpu_state* s, aarch64_p_reg pdm, aarch64_p_reg pg, aarch64_p_reg pn) {
-  return sve_brkn(s, pdm, pg, pn, false);
-}
-aarch64_decode_rc sve_brkns_ppp(cpu_state* s, aarch64_p_reg pdm, aarch64_p_reg pg, aarch64_p_reg pn) {
-  return sve_brkn(s, pdm, pg, pn, true);
-}
-
-aarch64_decode_rc sve_brkpb(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_p_reg pn, aarch64_p_reg pm,
-                            bool set_flags) {
-  if (!set_flags) {  // the break is found before Pd is written, which may then alias any source
-    sve::break_prev_lanes<false>(s, s->p[pd.num], pg, pn, pm);
-    return DECODE_OK;
+namespace sve {
+namespace {
+// Pdm is kept when the last active lane of Pg is true in Pn, else cleared;
+// the flag form tests the result under an all-true predicate: N = its first
+// lane, Z = no lane set, C = not its last lane.
+template <bool SetFlags> void brkn(cpu_state* s, aarch64_p_reg pdm, aarch64_p_reg pg, aarch64_p_reg pn) {
+  uint8_t* d = s->p[pdm.num];
+  int last = last_lane(s->p[pg.num]);
+  bool keep = last >= 0 && (s->p[pn.num][last] & 1);
+  if (!keep) clear_lanes(d);
+  if (!SetFlags) return;
+  uint64_t any = 0;
+  if (keep) {
+#pragma GCC unroll 16
+    for (int j = 0; j < SVE_VL_BYTES; j += 8) any |= elem<uint64_t>(d, j / 8);
   }
-  alignas(16) uint8_t tmp[SVE_VL_BYTES];
-  sve::break_prev_lanes<false>(s, tmp, pg, pn, pm);
-  sve::ptest_esize(s, 0, s->p[pg.num], tmp);
-  std::memcpy(s->p[pd.num], tmp, SVE_VL_BYTES);
+  any &= 0x0101010101010101ull;
+  s->nzcv = with_nzcv(s->nzcv, NzcFlags{keep && (d[0] & 1), any == 0, !keep || !(d[SVE_VL_BYTES - 1] & 1)});
+}
+}  // namespace
+}  // namespace sve
+
+SVE_EXECUTORS_BEGIN
+SVE_EXECUTOR aarch64_decode_rc sve_brkn_ppp(cpu_state* s, aarch64_p_reg pdm, aarch64_p_reg pg, aarch64_p_reg pn) {
+  sve::brkn<false>(s, pdm, pg, pn);
   return DECODE_OK;
 }
-aarch64_decode_rc sve_brkpb_pppp(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_p_reg pn,
-                                 aarch64_p_reg pm) {
-  return sve_brkpb(s, pd, pg, pn, pm, false);
+SVE_EXECUTOR aarch64_decode_rc sve_brkns_ppp(cpu_state* s, aarch64_p_reg pdm, aarch64_p_reg pg, aarch64_p_reg pn) {
+  sve::brkn<true>(s, pdm, pg, pn);
+  return DECODE_OK;
 }
-aarch64_decode_rc sve_brkpbs_pppp(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_p_reg pn,
-                                  aarch64_p_reg pm) {
-  return sve_brkpb(s, pd, pg, pn, pm, true);
+SVE_EXECUTOR aarch64_decode_rc sve_brkpb_pppp(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_p_reg pn,
+                                              aarch64_p_reg pm) {
+  sve::break_prev_lanes<false, false>(s, pd, pg, pn, pm);
+  return DECODE_OK;
 }
+SVE_EXECUTOR aarch64_decode_rc sve_brkpbs_pppp(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_p_reg pn,
+                                               aarch64_p_reg pm) {
+  sve::break_prev_lanes<false, true>(s, pd, pg, pn, pm);
+  return DECODE_OK;
+}
+SVE_EXECUTORS_END
 
 extern "C" void VecPBreakAFlgPZ(PredV* d, const PredV* g, const PredV* n, const PredV* m, CpuContext* c) {
   sve::break_routine<true, true>(d, g, n, m, c);

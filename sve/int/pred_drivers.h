@@ -13,6 +13,19 @@
 #include "sve/state/context.h"
 #include "sve/state/cpu_state.h"
 
+// Fixed-route executors are defined in the file of their handlers, ahead of
+// them, and marked SVE_EXECUTOR so that each handler inlines its call (the
+// element size is then a constant and the size switch folds away) while the
+// executor stays an ordinary exported function. (The project compiles with
+// -fno-semantic-interposition: in position-independent code GCC would
+// otherwise refuse to inline a function that could be replaced at load time.)
+// GCC warns that always_inline without `inline` might not be inlinable; the
+// calls are direct, so the warning is silenced between SVE_EXECUTORS_BEGIN
+// and SVE_EXECUTORS_END.
+#define SVE_EXECUTOR [[gnu::always_inline]]
+#define SVE_EXECUTORS_BEGIN _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wattributes\"")
+#define SVE_EXECUTORS_END _Pragma("GCC diagnostic pop")
+
 namespace sve {
 
 // ---- unpacked lanes ----
@@ -94,6 +107,33 @@ inline void leading_lanes(uint8_t* pd, int esize, int count) {
   std::memcpy(pd, kLeadingLanes.l[esize & 3] + SVE_VL_BYTES - (count << (esize & 3)), SVE_VL_BYTES);
 }
 
+// All lanes false, sixteen a store (x86-64 compilers turn a memset of this
+// size into a string instruction, which costs more).
+inline void clear_lanes(uint8_t* pd) {
+  alignas(16) static constexpr uint8_t kZero16[16] = {};
+#pragma GCC unroll 16
+  for (int j = 0; j < SVE_VL_BYTES; j += 16) std::memcpy(pd + j, kZero16, 16);
+}
+
+// The highest set lane at the start of an E-byte element, -1 when none:
+// eight lanes a 64-bit word from the top, so a lane near the top is found at
+// once (each step is a test of a word against the starts and a branch).
+template <int E> inline int last_lane_of(const uint8_t* lanes) {
+#pragma GCC unroll 16
+  for (int j = SVE_VL_BYTES - 8; j >= 0; j -= 8)
+    if (uint64_t x = elem<uint64_t>(lanes + j, 0) & lane_starts(E)) return j + (63 - __builtin_clzll(x)) / 8;
+  return -1;
+}
+// The lowest set lane at an element start from lane `from` on,
+// SVE_VL_BYTES when none: the word holding `from`, then word by word.
+template <int E> inline int first_lane_of(const uint8_t* lanes, int from) {
+  int j = from & ~7;
+  if (j >= SVE_VL_BYTES) return SVE_VL_BYTES;
+  uint64_t x = elem<uint64_t>(lanes + j, 0) & lane_starts(E) & (~uint64_t(0) << 8 * (from & 7));
+  while (!x && (j += 8) < SVE_VL_BYTES) x = elem<uint64_t>(lanes + j, 0) & lane_starts(E);
+  return x ? j + __builtin_ctzll(x) / 8 : SVE_VL_BYTES;
+}
+
 // Number of E-byte elements whose first lane is set in both a and b (b = a
 // counts a alone). Lanes are 0 or 1, so the words add up lane by lane without
 // carries (at most 14 per lane), and one multiply adds up the eight lanes.
@@ -123,6 +163,19 @@ inline PredV leading_elements(int count, int ebytes) {
   for (int w = 0; w * 64 < bits; ++w)
     p.w[w] = starts & (bits - 64 * w >= 64 ? ~uint64_t(0) : (uint64_t(1) << (bits - 64 * w)) - 1);
   return p;
+}
+
+// Lanes of a map whose only set bits are the starts of its first elements
+// (PTRUE(S) and WHILE results): their number picks the window of the
+// constant table, which costs less than unpacking the map.
+inline void unpack_leading(const PredV& d, uint8_t* pd, int esize) {
+  static_assert(SVE_VL_BYTES <= 128, "two map words");
+  leading_lanes(pd, esize, __builtin_popcountll(d.w[0]) + __builtin_popcountll(d.w[1]));
+}
+
+// N, Z and C into a context's flags, V cleared.
+inline void set_context_nzcv(CpuContext* c, NzcFlags f) {
+  c->flags = (c->flags & 0x0FFFFFFFu) | (uint32_t(f.n) << 31) | (uint32_t(f.z) << 30) | (uint32_t(f.c) << 29);
 }
 
 // Routine of a predicate-to-predicate operation on the length-agnostic route.

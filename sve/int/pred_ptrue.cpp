@@ -16,13 +16,16 @@ aarch64_decode_rc sve_pfalse_p(cpu_state* s, aarch64_p_reg pd) {
 namespace sve {
 namespace {
 
-// PTRUES at E-byte elements on a packed map; flags by the predicate test of
-// the result against itself.
+// PTRUES at E-byte elements on a packed map. The flags are the predicate
+// test of the result against itself; with the first `count` elements true
+// and no others that is N = count > 0, Z = C = count == 0 (an active element
+// is a true one).
 template <class T>
 void ptrues_routine(PredV* d, int pattern, CpuContext* c) {
   constexpr int E = int(sizeof(T));
-  *d = leading_elements(VecTrueILength(pattern, vl_bytes(c) / E), E);
-  PredSetNZCV(*d, *d, E * 8, c);
+  int count = VecTrueILength(pattern, vl_bytes(c) / E);
+  *d = leading_elements(count, E);
+  set_context_nzcv(c, NzcFlags{count > 0, count == 0, count == 0});
 }
 
 using PTruesRoutine = void (*)(PredV*, int, CpuContext*);
@@ -33,12 +36,12 @@ template <class T> aarch64_decode_rc ptrue_handler(cpu_state* s, unsigned w) {
   aarch64_p_reg pd{uint8_t(field(w, 3, 0)), uint8_t(__builtin_ctz(sizeof(T))), false};
   return sve_ptrue_pi(s, pd, int(field(w, 9, 5)));
 }
-template <PTruesRoutine R> aarch64_decode_rc ptrues_handler(cpu_state* s, unsigned w) {
+template <class T, PTruesRoutine R> aarch64_decode_rc ptrues_handler(cpu_state* s, unsigned w) {
   s->insn = w;
   CpuContext c = make_context_without_ffr(s);
   PredV d;
   R(&d, int(field(w, 9, 5)), &c);
-  unpack_pred(d, s->p[field(w, 3, 0)]);
+  unpack_leading(d, s->p[field(w, 3, 0)], kEsize<T>);
   finish_pred_context(s, c);
   return DECODE_OK;
 }
@@ -62,10 +65,10 @@ const HandlerDef kPredTrueHandlers[] = {
     {"VecP16TrueI", &sve::ptrue_handler<uint16_t>},
     {"VecP32TrueI", &sve::ptrue_handler<uint32_t>},
     {"VecP64TrueI", &sve::ptrue_handler<uint64_t>},
-    {"VecP8TrueFlgI", &sve::ptrues_handler<&VecP8TrueFlgI>},
-    {"VecP16TrueFlgI", &sve::ptrues_handler<&VecP16TrueFlgI>},
-    {"VecP32TrueFlgI", &sve::ptrues_handler<&VecP32TrueFlgI>},
-    {"VecP64TrueFlgI", &sve::ptrues_handler<&VecP64TrueFlgI>},
+    {"VecP8TrueFlgI", &sve::ptrues_handler<uint8_t, &VecP8TrueFlgI>},
+    {"VecP16TrueFlgI", &sve::ptrues_handler<uint16_t, &VecP16TrueFlgI>},
+    {"VecP32TrueFlgI", &sve::ptrues_handler<uint32_t, &VecP32TrueFlgI>},
+    {"VecP64TrueFlgI", &sve::ptrues_handler<uint64_t, &VecP64TrueFlgI>},
     {"VecPFalse", &sve::pfalse_handler},
 };
 std::span<const HandlerDef> pred_ptrue_handlers() { return kPredTrueHandlers; }

@@ -13,22 +13,22 @@ aarch64_decode_rc sve_ptest_pp(cpu_state* s, aarch64_p_reg pg, aarch64_p_reg pn)
 
 namespace sve {
 namespace {
-// Pdn = only the first element of Pv above the last true element of Pdn, on
-// packed maps kept at element starts (two words at this length); flags by the
-// predicate test of the result under Pv.
+// Pdn = only the first element of Pv above the last true element of Pdn, by
+// scans of the lanes at element starts, eight at a time (from the top for
+// Pdn, upwards for Pv), which usually end in their first steps. The flags
+// are the predicate test of the result under Pv: with the one element `next`
+// true, N = no active element below it, Z = none found, C = some active
+// element above it.
 template <class T> [[gnu::always_inline]] inline void pnext(cpu_state* s, uint8_t* dn, const uint8_t* pv) {
-  constexpr uint64_t starts = kElementStarts<int(sizeof(T))>;
-  PredV v = pack_pred(pv), d = pack_pred(dn), r{};
-  uint64_t lo = d.w[0] & starts, hi = d.w[1] & starts;
-  // Map bits above the last true element of Pdn (all of them when none is true).
-  uint64_t above_lo = hi ? 0 : lo ? ~uint64_t(1) << (63 - __builtin_clzll(lo)) : ~uint64_t(0);
-  uint64_t above_hi = hi ? ~uint64_t(1) << (63 - __builtin_clzll(hi)) : ~uint64_t(0);
-  uint64_t cand_lo = v.w[0] & starts & above_lo, cand_hi = v.w[1] & starts & above_hi;
-  int next = cand_lo ? __builtin_ctzll(cand_lo) : cand_hi ? 64 + __builtin_ctzll(cand_hi) : -1;
-  if (next >= 0) r.set(next, true);
-  sve_ptest_maps<T>(s, v, r);
-  std::memset(dn, 0, SVE_VL_BYTES);
-  if (next >= 0) dn[next] = 1;
+  constexpr int E = int(sizeof(T));
+  int from = last_lane_of<E>(dn) + 1;  // 0 when no element of Pdn is true
+  int next = first_lane_of<E>(pv, from);
+  NzcFlags f{false, true, true};
+  if (next < SVE_VL_BYTES)
+    f = {from == 0 || first_lane_of<E>(pv, 0) == next, false, last_lane_of<E>(pv) > next};
+  s->nzcv = with_nzcv(s->nzcv, f);
+  clear_lanes(dn);
+  if (next < SVE_VL_BYTES) dn[next] = 1;
 }
 }  // namespace
 }  // namespace sve
