@@ -8,6 +8,7 @@
 // written once and driven by either route.
 #pragma once
 #include <cstdint>
+#include <bit>
 #include <concepts>
 #include <cstring>
 #include <type_traits>
@@ -15,6 +16,13 @@
 #include "sve/decode/handler.h"
 #include "sve/state/context.h"
 #include "sve/state/cpu_state.h"
+
+// Fixed-route executors marked SVE_EXECUTOR are inlined into their handlers
+// (the element size is then a constant and the size switch folds away) and
+// stay ordinary exported functions; the same definitions as perm_arrays.h.
+#define SVE_EXECUTOR [[gnu::always_inline]]
+#define SVE_EXECUTORS_BEGIN _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wattributes\"")
+#define SVE_EXECUTORS_END _Pragma("GCC diagnostic pop")
 
 namespace sve {
 
@@ -31,16 +39,20 @@ template <class T> inline void set_elem(uint8_t* v, int i, T x) { std::memcpy(v 
 // mask<T>(i) is all ones when element i of type T is active, else 0: it reads
 // the element's lanes as one T, whose bit 0 is bit 0 of the element's first
 // lane, so that the element loops below stay branch-free and vectorise.
+// Lanes hold 0 or 1 (cpu_state's unpacked form, and expanded maps), so a byte
+// element's lane is its mask's low bit as it stands; wider elements take bit 0
+// of their first lane.
 struct LanePred {
   const uint8_t* lanes;
   bool active(int byte) const { return lanes[byte] & 1; }
   template <class T> std::make_unsigned_t<T> mask(int i) const {
     using U = std::make_unsigned_t<T>;
-    return U(U(0) - U(elem<U>(lanes, i) & 1u));
+    if constexpr (sizeof(T) == 1) return U(U(0) - lanes[i]);
+    else return U(U(0) - U(elem<U>(lanes, i) & 1u));
   }
   // Byte elements 4k to 4k+3 as the four bytes of one 32-bit mask.
   uint32_t quad_mask(int k) const {
-    uint32_t x = elem<uint32_t>(lanes, k) & 0x01010101u;
+    uint32_t x = elem<uint32_t>(lanes, k);
     return (x << 8) - x;
   }
 };
@@ -98,13 +110,20 @@ inline void map1(uint8_t* __restrict d, const uint8_t* a, const uint8_t* m, int 
 #pragma GCC unroll 16
   for (int i = 0; i < n; ++i) set_elem<T>(d, i, merge<T>(pg.template mask<T>(i), f(elem<T>(a, i)), elem<T>(m, i)));
 }
+// An operation that applies the element's mask itself, f.masked(m, a, b, c)
+// giving a for inactive elements, more cheaply than a select after it.
+template <class F, class T>
+concept SelfMasking = requires(const F f, std::make_unsigned_t<T> m, T x) {
+  { f.masked(m, x, x, x) } -> std::same_as<T>;
+};
 // d[i] = f(a[i], b[i], c[i]) for active elements; inactive keep a[i].
 template <class T, class Pred, class F>
 inline void map3(uint8_t* __restrict d, const uint8_t* a, const uint8_t* b, const uint8_t* c, int n, Pred pg, F f) {
 #pragma GCC unroll 16
   for (int i = 0; i < n; ++i) {
-    T x = elem<T>(a, i);
-    set_elem<T>(d, i, merge<T>(pg.template mask<T>(i), f(x, elem<T>(b, i), elem<T>(c, i)), x));
+    T x = elem<T>(a, i), y = elem<T>(b, i), z = elem<T>(c, i);
+    if constexpr (SelfMasking<F, T>) set_elem<T>(d, i, f.masked(pg.template mask<T>(i), x, y, z));
+    else set_elem<T>(d, i, merge<T>(pg.template mask<T>(i), f(x, y, z), x));
   }
 }
 // d[i] = f(a[i], w) with w the 64-bit element of b covering the same bytes;
@@ -166,17 +185,43 @@ template <class T> constexpr aarch64_p_reg preg(unsigned n, bool zeroing = false
 
 // ---- fixed-length route ----
 
-// Zd = op(Zn, Zm) element-wise over 112 bytes, through a temporary.
+// Runs map(out, in, off) over the 16-byte chunks of the vector, with `in` the
+// chunk at offset off of each source copied out and `out` then stored to d at
+// off. Each chunk is read before it is written, so d may be one of the sources
+// (Z registers coincide or are disjoint) and no whole-vector temporary is needed.
+template <int N, class Map>
+[[gnu::always_inline]] inline void fixed_in_place(uint8_t* d, const uint8_t* const (&src)[N], Map map) {
+  static_assert(SVE_VL_BYTES % 16 == 0);
+#pragma GCC unroll 16
+  for (int off = 0; off < SVE_VL_BYTES; off += 16) {
+    alignas(16) uint8_t in[N][16], out[16];
+    for (int k = 0; k < N; ++k) std::memcpy(in[k], src[k] + off, 16);
+    map(out, in, off);
+    std::memcpy(d + off, out, 16);
+  }
+}
+
+// Zd = op(Zn, Zm) element-wise.
 template <class T, class F>
 inline aarch64_decode_rc fixed_zzz(cpu_state* s, unsigned zd, unsigned zn, unsigned zm, F f) {
-  alignas(16) uint8_t tmp[SVE_VL_BYTES];
-  map2<T>(tmp, s->z[zn], s->z[zm], kElems<T>, AllTrue{}, f);
-  std::memcpy(s->z[zd], tmp, SVE_VL_BYTES);
+  fixed_in_place<2>(s->z[zd], {s->z[zn], s->z[zm]}, [&](uint8_t* out, auto& in, int) {
+    map2<T>(out, in[0], in[1], 16 / int(sizeof(T)), AllTrue{}, f);
+  });
   return DECODE_OK;
 }
 // Zdn = Pg ? op(Zdn, Zm) : Zdn.
 template <class T, class F>
 inline aarch64_decode_rc fixed_zpz(cpu_state* s, unsigned zdn, unsigned pg, unsigned zm, F f) {
+  fixed_in_place<2>(s->z[zdn], {s->z[zdn], s->z[zm]}, [&](uint8_t* out, auto& in, int off) {
+    map2<T>(out, in[0], in[1], 16 / int(sizeof(T)), LanePred{s->p[pg] + off}, f);
+  });
+  return DECODE_OK;
+}
+// As fixed_zpz over the whole vector at once into a temporary: for operations
+// that convert to wider types, which the loop vectoriser handles over many
+// elements and straight-line vectorisation of a chunk leaves scalar.
+template <class T, class F>
+inline aarch64_decode_rc fixed_zpz_whole(cpu_state* s, unsigned zdn, unsigned pg, unsigned zm, F f) {
   alignas(16) uint8_t tmp[SVE_VL_BYTES];
   map2<T>(tmp, s->z[zdn], s->z[zm], kElems<T>, LanePred{s->p[pg]}, f);
   std::memcpy(s->z[zdn], tmp, SVE_VL_BYTES);
@@ -186,17 +231,16 @@ inline aarch64_decode_rc fixed_zpz(cpu_state* s, unsigned zdn, unsigned pg, unsi
 // Zd = Pg ? op(Zn) : Zd (merging) or 0 (zeroing): unary operations.
 template <class T, class F>
 inline aarch64_decode_rc fixed_unary(cpu_state* s, unsigned zd, unsigned pg, unsigned zn, F f, bool zeroing = false) {
-  alignas(16) uint8_t tmp[SVE_VL_BYTES];
-  if (zeroing) {
-    alignas(16) static constexpr uint8_t kZero[SVE_VL_BYTES] = {};
-    map1<T>(tmp, s->z[zn], kZero, kElems<T>, LanePred{s->p[pg]}, f);
-  } else {
-    map1<T>(tmp, s->z[zn], s->z[zd], kElems<T>, LanePred{s->p[pg]}, f);
-  }
-  std::memcpy(s->z[zd], tmp, SVE_VL_BYTES);
+  alignas(16) static constexpr uint8_t kZero[SVE_VL_BYTES] = {};
+  fixed_in_place<2>(s->z[zd], {s->z[zn], zeroing ? kZero : s->z[zd]}, [&](uint8_t* out, auto& in, int off) {
+    map1<T>(out, in[0], in[1], 16 / int(sizeof(T)), LanePred{s->p[pg] + off}, f);
+  });
   return DECODE_OK;
 }
-// Zd = op(Zn) for every element (unpredicated immediate forms: Zd may equal Zn).
+// Zd = op(Zn) for every element (unpredicated immediate forms: Zd may equal
+// Zn). The immediate forms run over the whole vector into a temporary: narrow
+// elements shifted by an amount the compiler widens to int vectorise over the
+// whole loop but not chunk by chunk.
 template <class T, class F>
 inline aarch64_decode_rc fixed_zzi(cpu_state* s, unsigned zd, unsigned zn, F f) {
   alignas(16) uint8_t tmp[SVE_VL_BYTES];
@@ -215,9 +259,9 @@ inline aarch64_decode_rc fixed_zpi(cpu_state* s, unsigned zdn, unsigned pg, F f)
 // Zd = Pg ? op(Zd, Zb, Zc) : Zd (multiply-accumulate).
 template <class T, class F>
 inline aarch64_decode_rc fixed_zpzz(cpu_state* s, unsigned zd, unsigned pg, unsigned zb, unsigned zc, F f) {
-  alignas(16) uint8_t tmp[SVE_VL_BYTES];
-  map3<T>(tmp, s->z[zd], s->z[zb], s->z[zc], kElems<T>, LanePred{s->p[pg]}, f);
-  std::memcpy(s->z[zd], tmp, SVE_VL_BYTES);
+  fixed_in_place<3>(s->z[zd], {s->z[zd], s->z[zb], s->z[zc]}, [&](uint8_t* out, auto& in, int off) {
+    map3<T>(out, in[0], in[1], in[2], 16 / int(sizeof(T)), LanePred{s->p[pg] + off}, f);
+  });
   return DECODE_OK;
 }
 
@@ -289,6 +333,39 @@ inline aarch64_decode_rc run_agnostic_vi(cpu_state* s, unsigned zd, unsigned zn,
   return DECODE_OK;
 }
 
+// Runners for element-wise routines, which read and write only the first vl
+// bytes of their vectors (the context's length is the state's): the sources
+// are the registers themselves rather than 256-byte images, and the result
+// goes straight into Zd unless Zd is also a source.
+inline aarch64_decode_rc run_elementwise_vv(cpu_state* s, unsigned zd, unsigned zn, int pg, unsigned zm,
+                                            AgnosticVV routine) {
+  AgnosticCall call(s);
+  PredV p = pg < 0 ? PredV{} : pack_pred(s->p[pg]);
+  if (zd != zn && zd != zm) {
+    routine(s->z[zd], s->z[zn], &p, s->z[zm], &call.ctx);
+    s->fpsr = call.ctx.fpsr;
+    return DECODE_OK;
+  }
+  VecImage out;
+  routine(out.b, s->z[zn], &p, s->z[zm], &call.ctx);
+  call.finish(zd, out);
+  return DECODE_OK;
+}
+inline aarch64_decode_rc run_elementwise_vi(cpu_state* s, unsigned zd, unsigned zn, int pg, uint64_t imm,
+                                            AgnosticVI routine) {
+  AgnosticCall call(s);
+  PredV p = pg < 0 ? PredV{} : pack_pred(s->p[pg]);
+  if (zd != zn) {
+    routine(s->z[zd], s->z[zn], &p, imm, &call.ctx);
+    s->fpsr = call.ctx.fpsr;
+    return DECODE_OK;
+  }
+  VecImage out;
+  routine(out.b, s->z[zn], &p, imm, &call.ctx);
+  call.finish(zd, out);
+  return DECODE_OK;
+}
+
 inline aarch64_decode_rc run_agnostic_vvvi(cpu_state* s, unsigned zd, unsigned zn, unsigned zm, int index,
                                            AgnosticVVVI routine) {
   AgnosticCall call(s);
@@ -308,6 +385,16 @@ void without_index(uint8_t* d, const uint8_t* a, const PredV* pg, const uint8_t*
 
 // ---- length-agnostic element drivers (the routines' bodies) ----
 
+// Lanes 0..bytes-1 of a packed map (bytes a multiple of 8), one table entry
+// per byte of the map read straight from memory: cheaper than taking the bytes
+// out of the 64-bit words with variable shifts.
+inline void expand_lanes(const PredV& p, uint8_t* lanes, int bytes) {
+  static_assert(std::endian::native == std::endian::little, "byte k of the map holds bits 8k to 8k+7");
+  const auto* map = reinterpret_cast<const uint8_t*>(p.w);
+#pragma GCC unroll 4
+  for (int k = 0; k < bytes / 8; ++k) std::memcpy(lanes + 8 * k, &kSpread8.v[map[k]], 8);
+}
+
 // body(offset, chunk, pred) over the context's length, with pred the
 // governing lanes of the chunk: the expanded map of pg, or all true when pg
 // is null (unpredicated forms).
@@ -325,7 +412,7 @@ inline void agnostic_drive(const PredV* pg, const CpuContext* c, Body body) {
     return;
   }
   alignas(16) uint8_t lanes[SVE_MAX_VL_BYTES];
-  expand_pred(*pg, lanes, vl);
+  expand_lanes(*pg, lanes, vl);
   chunks([&](int off, auto chunk) { body(off, chunk, LanePred{lanes + off}); });
 }
 
@@ -452,16 +539,16 @@ template <class T> constexpr unsigned right_amount(unsigned f) { return unsigned
 
 // ---- length-agnostic handler shapes ----
 
-// Zd = bits 4-0 (destination and merge source), Pg = bits 12-10, second
-// operand Zm (binary) or Zn (unary) = bits 9-5.
+// Element-wise routines only. Zd = bits 4-0 (destination and merge source),
+// Pg = bits 12-10, second operand Zm (binary) or Zn (unary) = bits 9-5.
 template <AgnosticVV R> aarch64_decode_rc h_agn_zpz(cpu_state* s, unsigned w) {
   s->insn = w;
-  return run_agnostic_vv(s, field(w, 4, 0), field(w, 4, 0), int(field(w, 12, 10)), field(w, 9, 5), R);
+  return run_elementwise_vv(s, field(w, 4, 0), field(w, 4, 0), int(field(w, 12, 10)), field(w, 9, 5), R);
 }
 // Zd = bits 4-0, Zn = bits 9-5, Zm = bits 20-16, unpredicated.
 template <AgnosticVV R> aarch64_decode_rc h_agn_zzz(cpu_state* s, unsigned w) {
   s->insn = w;
-  return run_agnostic_vv(s, field(w, 4, 0), field(w, 9, 5), -1, field(w, 20, 16), R);
+  return run_elementwise_vv(s, field(w, 4, 0), field(w, 9, 5), -1, field(w, 20, 16), R);
 }
 
 }  // namespace sve

@@ -48,13 +48,13 @@ template <class T, auto Exec> aarch64_decode_rc h_shifted_imm(cpu_state* s, unsi
 template <AgnosticVI R> aarch64_decode_rc h_agn_shifted_imm(cpu_state* s, unsigned w) {
   s->insn = w;
   uint64_t imm = field(w, 12, 5) << (field(w, 13, 13) ? 8 : 0);
-  return run_agnostic_vi(s, field(w, 4, 0), field(w, 4, 0), -1, imm, R);
+  return run_elementwise_vi(s, field(w, 4, 0), field(w, 4, 0), -1, imm, R);
 }
 // Zdn = bits 4-0, imm8 = bits 12-5, signed for signed elements.
 template <class T, AgnosticVI R> aarch64_decode_rc h_agn_imm8(cpu_state* s, unsigned w) {
   s->insn = w;
   uint64_t imm = std::is_signed_v<T> ? uint64_t(sfield(w, 12, 5)) : field(w, 12, 5);
-  return run_agnostic_vi(s, field(w, 4, 0), field(w, 4, 0), -1, imm, R);
+  return run_elementwise_vi(s, field(w, 4, 0), field(w, 4, 0), -1, imm, R);
 }
 
 }  // namespace
@@ -87,7 +87,8 @@ SVE_ZZZ_EXEC(sve_sub_zzz, Sub)
 
 // Byte elements with the shifted immediates 256 and 512 are the memory trace's
 // start and stop markers, not additions: the register is left unchanged.
-extern "C" aarch64_decode_rc sve_add_zi(cpu_state* s, aarch64_z_reg zdn, unsigned imm) {
+SVE_EXECUTORS_BEGIN
+extern "C" SVE_EXECUTOR aarch64_decode_rc sve_add_zi(cpu_state* s, aarch64_z_reg zdn, unsigned imm) {
   if (zdn.esize == ESIZE_B && (imm == 256 || imm == 512)) {
     memtrace_marker(imm);
     return DECODE_OK;
@@ -97,12 +98,13 @@ extern "C" aarch64_decode_rc sve_add_zi(cpu_state* s, aarch64_z_reg zdn, unsigne
     return fixed_zzi<T>(s, zdn.num, zdn.num, WithImm<T, Add>{T(imm)});
   });
 }
-extern "C" aarch64_decode_rc sve_sub_zi(cpu_state* s, aarch64_z_reg zdn, unsigned imm) {
+extern "C" SVE_EXECUTOR aarch64_decode_rc sve_sub_zi(cpu_state* s, aarch64_z_reg zdn, unsigned imm) {
   return by_esize<false>(zdn.esize, [&](auto t) {
     using T = typename decltype(t)::type;
     return fixed_zzi<T>(s, zdn.num, zdn.num, WithImm<T, Sub>{T(imm)});
   });
 }
+SVE_EXECUTORS_END
 
 // ---- length-agnostic routines under the handlers' names ----
 SVE_FOR_U(SVE_EXPORT_VV, SubRVVM, zpz_routine, SubR)

@@ -1,6 +1,8 @@
 // SDIV, UDIV and the reversed SDIVR, UDIVR (32- and 64-bit elements).
 // A zero divisor gives 0; a signed divisor of -1 negates (so the most negative
 // value divided by -1 is itself) without reaching the host's overflow trap.
+#include <cmath>
+
 #include "sve/decode/routes.h"
 #include "sve/int/wrap.h"
 
@@ -11,23 +13,38 @@ namespace {
 // vectorises it: the correctly rounded quotient of integers below 2^32 is
 // within 2^-21/|d| of the true one, less than the 1/|d| that separates a
 // non-integer quotient from the next integer, so truncating it is exact.
-// Divisors 0 and (signed) -1 divide by 1 and have their result selected
-// with masks afterwards (selects written as branches would keep the
-// possibly trapping conversion from vectorising).
-template <class T> constexpr T divide(T n, T d) {
-  constexpr bool kSigned = std::is_signed_v<T>;
+// Divisors whose result is not a quotient in the signed conversion's range
+// divide by a stand-in and have their result selected with masks afterwards
+// (selects written as branches would keep the possibly trapping conversion
+// from vectorising).
+constexpr double kTwo31 = 2147483648.0;
+// Unsigned values through the signed conversion that every host vectorises:
+// x with its top bit flipped, read as signed, plus 2^31.
+inline double from_u32(uint32_t x) { return double(int32_t(x ^ 0x80000000u)) + kTwo31; }
+// Unsigned: a divisor of 0 or 1 gives 0 or n; any other divisor leaves a
+// quotient below 2^31.
+inline uint32_t unsigned_quotient(uint32_t n, uint32_t d) {
+  uint32_t small = 0u - uint32_t((d & ~1u) == 0);
+  uint32_t q = uint32_t(int32_t(from_u32(n) / from_u32(d | (small & 2u))));
+  return (q & ~small) | (n & small & (0u - d));
+}
+// Signed: the dividend over the divisor's magnitude, whose quotient always
+// fits (the most negative value over 1 is itself), negated in wrapping
+// arithmetic for a negative divisor: the most negative value over -1 is
+// itself. A zero divisor divides by 1 and gives 0.
+inline uint32_t signed_quotient(int32_t n, int32_t d) {
+  uint32_t zero = 0u - uint32_t(d == 0);
+  uint32_t q = uint32_t(int32_t(double(n) / std::fabs(double(int32_t(uint32_t(d) - zero)))));
+  uint32_t neg = uint32_t(d >> 31);
+  return ((q ^ neg) - neg) & ~zero;
+}
+template <class T> inline T divide(T n, T d) {
   if constexpr (sizeof(T) == 4) {
-    using U = UnsignedOf<T>;
-    U zero = U(U(0) - U(d == 0));
-    U minus_one = kSigned ? U(U(0) - U(d == T(-1))) : U(0);
-    U special = zero | minus_one;
-    T safe = T((U(d) & ~special) | (U(1) & special));
-    U q = U(T(double(n) / double(safe)));
-    q = (q & ~minus_one) | (U(U(0) - U(n)) & minus_one);
-    return T(q & ~zero);
+    if constexpr (std::is_signed_v<T>) return T(signed_quotient(n, d));
+    else return unsigned_quotient(n, d);
   } else {
     if (d == 0) return 0;
-    if constexpr (kSigned)
+    if constexpr (std::is_signed_v<T>)
       if (d == -1) return wrap_sub(T(0), n);
     return T(n / d);
   }
@@ -47,7 +64,7 @@ using namespace sve;
 #define SVE_DIV_EXEC(NAME, SIGNED, OP)                                                                     \
   extern "C" aarch64_decode_rc NAME(cpu_state* s, aarch64_z_reg zdn, aarch64_p_reg pg, aarch64_z_reg zm) { \
     return by_esize_div<SIGNED>(zdn.esize, [&](auto t) {                                                    \
-      return fixed_zpz<typename decltype(t)::type>(s, zdn.num, pg.num, zm.num, OP{});                      \
+      return fixed_zpz_whole<typename decltype(t)::type>(s, zdn.num, pg.num, zm.num, OP{});                      \
     });                                                                                                     \
   }
 SVE_DIV_EXEC(sve_sdiv_zpz, true, Div)

@@ -25,11 +25,15 @@ struct MulImm {
   };
 };
 // d is the destination's element; b and c the operands of bits 9-5 and 20-16.
+// MLA and MLS mask the product: an inactive element adds or subtracts 0.
+template <class T> T masked_product(UnsignedOf<T> mask, T n, T m) { return T(UnsignedOf<T>(wrap_mul(n, m)) & mask); }
 struct Mla {  // Zda + Zn * Zm
   template <class T> T operator()(T d, T n, T m) const { return wrap_add(d, wrap_mul(n, m)); }
+  template <class T> T masked(UnsignedOf<T> mask, T d, T n, T m) const { return wrap_add(d, masked_product(mask, n, m)); }
 };
 struct Mls {  // Zda - Zn * Zm
   template <class T> T operator()(T d, T n, T m) const { return wrap_sub(d, wrap_mul(n, m)); }
+  template <class T> T masked(UnsignedOf<T> mask, T d, T n, T m) const { return wrap_sub(d, masked_product(mask, n, m)); }
 };
 struct Mad {  // Za + Zdn * Zm
   template <class T> T operator()(T d, T a, T m) const { return wrap_add(a, wrap_mul(d, m)); }
@@ -65,16 +69,18 @@ extern "C" aarch64_decode_rc sve_mul_zi(cpu_state* s, aarch64_z_reg zdn, int imm
   });
 }
 #define SVE_MAC_EXEC(NAME, OP)                                                                      \
-  extern "C" aarch64_decode_rc NAME(cpu_state* s, aarch64_z_reg zd, aarch64_p_reg pg, aarch64_z_reg zb, \
+  extern "C" SVE_EXECUTOR aarch64_decode_rc NAME(cpu_state* s, aarch64_z_reg zd, aarch64_p_reg pg, aarch64_z_reg zb, \
                                     aarch64_z_reg zc) {                                             \
     return by_esize<false>(zd.esize, [&](auto t) {                                                  \
       return fixed_zpzz<typename decltype(t)::type>(s, zd.num, pg.num, zb.num, zc.num, OP{});      \
     });                                                                                             \
   }
+SVE_EXECUTORS_BEGIN
 SVE_MAC_EXEC(sve_mla_zpzz, Mla)
 SVE_MAC_EXEC(sve_mls_zpzz, Mls)
 SVE_MAC_EXEC(sve_mad_zpzz, Mad)
 SVE_MAC_EXEC(sve_msb_zpzz, Msb)
+SVE_EXECUTORS_END
 
 SVE_FOR_S(SVE_EXPORT_VV, MulHVVM, mulh_routine)
 SVE_FOR_U(SVE_EXPORT_VV, MulHVVM, mulh_routine)

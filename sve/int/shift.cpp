@@ -124,11 +124,11 @@ template <class T, auto Exec, bool Right> aarch64_decode_rc h_shift_zzi(cpu_stat
 }
 template <class T, AgnosticVI R> aarch64_decode_rc h_agn_shift_zpi(cpu_state* s, unsigned w) {
   s->insn = w;
-  return run_agnostic_vi(s, field(w, 4, 0), field(w, 4, 0), int(field(w, 12, 10)), amount<T, true>(w, 5), R);
+  return run_elementwise_vi(s, field(w, 4, 0), field(w, 4, 0), int(field(w, 12, 10)), amount<T, true>(w, 5), R);
 }
 template <class T, AgnosticVI R> aarch64_decode_rc h_agn_shift_zzi(cpu_state* s, unsigned w) {
   s->insn = w;
-  return run_agnostic_vi(s, field(w, 4, 0), field(w, 9, 5), -1, amount<T, true>(w, 16), R);
+  return run_elementwise_vi(s, field(w, 4, 0), field(w, 9, 5), -1, amount<T, true>(w, 16), R);
 }
 
 }  // namespace

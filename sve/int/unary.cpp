@@ -19,18 +19,27 @@ struct Not {
 struct CNot {
   template <class T> T operator()(T a) const { return T(a == 0); }
 };
-template <class T> constexpr int leading_zeros(UnsignedOf<T> x) {
-  return x == 0 ? kBits<T> : __builtin_clzll(uint64_t(x)) - (64 - kBits<T>);
+// Leading zero bits by halving steps: where the top Step bits are clear, add
+// Step and shift them out (selects rather than branches or a bit-scan, so
+// that it vectorises); a value still without its top bit set is zero.
+template <int Step, class U> constexpr U leading_zeros(U x, U n = 0) {
+  if constexpr (Step == 0) {
+    return U(n + U(x >> (kBits<U> - 1) == 0));
+  } else {
+    U clear = U(U(0) - U(U(x >> (kBits<U> - Step)) == 0));
+    return leading_zeros<Step / 2>(merge<U>(clear, U(x << Step), x), U(n + (clear & U(Step))));
+  }
 }
 struct Clz {
-  template <class T> T operator()(T a) const { return T(leading_zeros<T>(UnsignedOf<T>(a))); }
+  template <class T> T operator()(T a) const { return T(leading_zeros<kBits<T> / 2>(UnsignedOf<T>(a))); }
 };
-// Leading bits equal to the sign bit, not counting the sign bit itself.
+// Leading bits equal to the sign bit, not counting the sign bit itself: the
+// leading zeros of the value with its sign spread over it flipped, less one.
 struct Cls {
   template <class T> T operator()(T a) const {
-    UnsignedOf<T> x = UnsignedOf<T>(a);
-    if (x >> (kBits<T> - 1)) x = UnsignedOf<T>(~x);
-    return T(leading_zeros<T>(x) - 1);
+    using U = UnsignedOf<T>;
+    U sign = U(U(0) - U(U(a) >> (kBits<T> - 1)));
+    return T(leading_zeros<kBits<T> / 2>(U(U(a) ^ sign)) - 1u);
   }
 };
 // x plus x shifted right by Shift, 2 * Shift, ... below the width: the sum of
