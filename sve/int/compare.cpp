@@ -6,7 +6,6 @@
 
 #include "sve/decode/routes.h"
 #include "sve/int/flags.h"
-#include "sve/int/perm_arrays.h"
 #include "sve/int/wrap.h"
 
 namespace sve {

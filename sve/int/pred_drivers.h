@@ -13,19 +13,6 @@
 #include "sve/state/context.h"
 #include "sve/state/cpu_state.h"
 
-// Fixed-route executors are defined in the file of their handlers, ahead of
-// them, and marked SVE_EXECUTOR so that each handler inlines its call (the
-// element size is then a constant and the size switch folds away) while the
-// executor stays an ordinary exported function. (The project compiles with
-// -fno-semantic-interposition: in position-independent code GCC would
-// otherwise refuse to inline a function that could be replaced at load time.)
-// GCC warns that always_inline without `inline` might not be inlinable; the
-// calls are direct, so the warning is silenced between SVE_EXECUTORS_BEGIN
-// and SVE_EXECUTORS_END.
-#define SVE_EXECUTOR [[gnu::always_inline]]
-#define SVE_EXECUTORS_BEGIN _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wattributes\"")
-#define SVE_EXECUTORS_END _Pragma("GCC diagnostic pop")
-
 namespace sve {
 
 // ---- unpacked lanes ----
