@@ -62,14 +62,35 @@ aarch64_decode_rc unpack_fixed(cpu_state* s, aarch64_z_reg zd, aarch64_z_reg zn)
   return DECODE_OK;
 }
 
+// Sixteen input bytes widen into 32 output bytes by two interleaves; the
+// half of a vector length (a multiple of 16 bytes) is a multiple of eight,
+// so at most one piece of eight is left.
+// The low half goes from the top piece down and the high half from the
+// bottom up, so no piece is overwritten before it is read when d is a.
 template <class Narrow, bool Hi>
 void unpack_routine(uint8_t* d, const uint8_t* a, const PredV*, uint64_t, CpuContext* c) {
-  // 16 (then 8) output bytes at a time from half as many input bytes, so each
-  // piece has a constant trip count.
-  const uint8_t* src = a + (Hi ? vl_bytes(c) / 2 : 0);
-  agnostic_chunks(vl_bytes(c), [&](int off, auto chunk) {
-    unpack_loop<Narrow>(d + off, src + off / 2, chunk() / int(2 * sizeof(Narrow)), 0);
-  });
+  const int half = vl_bytes(c) / 2, pieces = half / 16;
+  const uint8_t* src = a + (Hi ? half : 0);
+  auto piece = [&](int i) {
+    Vec16<Narrow> v, out[2];
+    std::memcpy(&v, src + i, 16);
+    out[0] = widen<Narrow, 0>(v), out[1] = widen<Narrow, 1>(v);
+    std::memcpy(d + 2 * i, out, 32);
+  };
+  auto tail = [&] {
+    if (half % 16 == 0) return;
+    Vec16<Narrow> v{};
+    std::memcpy(&v, src + 16 * pieces, 8);
+    v = widen<Narrow, 0>(v);
+    std::memcpy(d + 32 * pieces, &v, 16);
+  };
+  if constexpr (Hi) {
+    for (int k = 0; k < pieces; ++k) piece(16 * k);
+    tail();
+  } else {
+    tail();
+    for (int k = pieces - 1; k >= 0; --k) piece(16 * k);
+  }
 }
 
 }  // namespace
@@ -107,7 +128,8 @@ template <class T, Zz X> aarch64_decode_rc zz_handler(cpu_state* s, unsigned w) 
 }
 template <AgnosticVI R> aarch64_decode_rc agnostic_handler(cpu_state* s, unsigned w) {
   s->insn = w;
-  return run_agnostic_vi(s, field(w, 4, 0), field(w, 9, 5), -1, 0, R);
+  // The routine reads and writes only the first vl bytes of its vectors.
+  return run_elementwise_vi(s, field(w, 4, 0), field(w, 9, 5), -1, 0, R);
 }
 }  // namespace
 }  // namespace sve

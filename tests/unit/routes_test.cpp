@@ -19,6 +19,8 @@ extern "C" void VecP16TrueFlgI(PredV*, int, CpuContext*);
 extern "C" void VecPBreakAFlgPZ(PredV*, const PredV*, const PredV*, const PredV*, CpuContext*);
 extern "C" void VecU8SubRVVM(uint8_t*, const uint8_t*, const PredV*, const uint8_t*, CpuContext*);
 extern "C" void VecS16AbsVM(uint8_t*, const uint8_t*, const PredV*, const uint8_t*, CpuContext*);
+extern "C" void VecS16UnpackLoV(uint8_t*, const uint8_t*, const PredV*, uint64_t, CpuContext*);
+extern "C" void VecS16UnpackHiV(uint8_t*, const uint8_t*, const PredV*, uint64_t, CpuContext*);
 
 namespace {
 using namespace test_support;
@@ -155,6 +157,31 @@ TEST(IntAgnostic, RoutinesFollowTheContextLength) {
       ASSERT_EQ(got, p.bit(2 * i) ? int16_t(x < 0 ? -x : x) : old);
     }
   }
+}
+
+// SUNPKLO/HI at lengths whose half ends in a piece of eight bytes or not,
+// into another vector and in place; nothing past the length is written.
+TEST(IntAgnostic, UnpackFollowsTheContextLengthAndMayWorkInPlace) {
+  std::mt19937 g(4);
+  for (int units : {2, 4, 6, 14, 32})  // vector lengths are multiples of 16 bytes
+    for (bool hi : {false, true})
+      for (bool in_place : {false, true}) {
+        const int vl = units * 8;
+        VecImage a, d;
+        for (auto& x : a.b) x = uint8_t(g());
+        const VecImage src = a;
+        std::memset(d.b, 0xEE, 256);
+        uint8_t* out = in_place ? a.b : d.b;
+        CpuContext c{};
+        c.vl = uint32_t(units);
+        (hi ? VecS16UnpackHiV : VecS16UnpackLoV)(out, a.b, nullptr, 0, &c);
+        for (int i = 0; i < vl / 2; ++i) {
+          int16_t got;
+          std::memcpy(&got, out + 2 * i, 2);
+          ASSERT_EQ(got, int16_t(int8_t(src.b[(hi ? vl / 2 : 0) + i]))) << units << hi << in_place << " " << i;
+        }
+        for (int i = vl; i < 256; ++i) ASSERT_EQ(out[i], in_place ? src.b[i] : 0xEE);
+      }
 }
 
 // Every WHILE form against the element-by-element rule, at the bounds where
