@@ -8,7 +8,6 @@
 // written once and driven by either route.
 #pragma once
 #include <cstdint>
-#include <bit>
 #include <concepts>
 #include <cstring>
 #include <type_traits>
@@ -391,16 +390,6 @@ void without_index(uint8_t* d, const uint8_t* a, const PredV* pg, const uint8_t*
 
 // ---- length-agnostic element drivers (the routines' bodies) ----
 
-// Lanes 0..bytes-1 of a packed map (bytes a multiple of 8), one table entry
-// per byte of the map read straight from memory: cheaper than taking the bytes
-// out of the 64-bit words with variable shifts.
-inline void expand_lanes(const PredV& p, uint8_t* lanes, int bytes) {
-  static_assert(std::endian::native == std::endian::little, "byte k of the map holds bits 8k to 8k+7");
-  const auto* map = reinterpret_cast<const uint8_t*>(p.w);
-#pragma GCC unroll 4
-  for (int k = 0; k < bytes / 8; ++k) std::memcpy(lanes + 8 * k, &kSpread8.v[map[k]], 8);
-}
-
 // body(offset, chunk, pred) over the context's length, with pred the
 // governing lanes of the chunk: the expanded map of pg, or all true when pg
 // is null (unpredicated forms).
@@ -418,7 +407,7 @@ inline void agnostic_drive(const PredV* pg, const CpuContext* c, Body body) {
     return;
   }
   alignas(16) uint8_t lanes[SVE_MAX_VL_BYTES];
-  expand_lanes(*pg, lanes, vl);
+  expand_pred(*pg, lanes, vl);
   chunks([&](int off, auto chunk) { body(off, chunk, LanePred{lanes + off}); });
 }
 
