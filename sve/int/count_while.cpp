@@ -62,7 +62,7 @@ template <bool Unsigned, bool OrEqual>
   const int n = SVE_VL_BYTES >> pd.esize;
   int count = while_count<Unsigned, OrEqual>(read_reg(s, rn), read_reg(s, rm), bits, n);
   leading_lanes(s->p[pd.num], pd.esize, count);
-  s->nzcv = with_nzcv(s->nzcv, NzcFlags{count > 0, count == 0, count < n});
+  s->nzcv = with_nzcv(s->nzcv, leading_run_test(count, n));
   return DECODE_OK;
 }
 
@@ -73,7 +73,7 @@ void whilele_routine(PredV* d, uint64_t rn, uint64_t rm, CpuContext* c) {
   constexpr int E = int(sizeof(T));
   int n = agnostic_elems<T>(c), count = while_count<false, true>(rn, rm, Bits, n);
   *d = leading_elements(count, E);
-  set_context_nzcv(c, NzcFlags{count > 0, count == 0, count < n});
+  set_context_nzcv(c, leading_run_test(count, n));
 }
 using AgnosticWhile = void (*)(PredV*, uint64_t, uint64_t, CpuContext*);
 

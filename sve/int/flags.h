@@ -62,6 +62,13 @@ inline void sve_ptest(cpu_state* s, const char* governing, const char* tested) {
                     pack_pred(reinterpret_cast<const uint8_t*>(tested)));
 }
 
+// The same test in closed form for results that are a leading run: the
+// first `count` of `n` elements true and no other. Under all n elements
+// (WHILE) and under the result itself (PTRUES). A unit test pins both to the
+// rule above.
+inline NzcFlags leading_run_test(int count, int n) { return {count > 0, count == 0, count < n}; }
+inline NzcFlags leading_run_self_test(int count) { return {count > 0, count == 0, count == 0}; }
+
 // ---- length-agnostic helpers over packed predicates ----
 
 inline int pred_elems(const CpuContext* c, int esize_bits) { return int(c->vl & VL_UNITS_MASK) * 64 / esize_bits; }

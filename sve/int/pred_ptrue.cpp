@@ -25,7 +25,7 @@ void ptrues_routine(PredV* d, int pattern, CpuContext* c) {
   constexpr int E = int(sizeof(T));
   int count = VecTrueILength(pattern, vl_bytes(c) / E);
   *d = leading_elements(count, E);
-  set_context_nzcv(c, NzcFlags{count > 0, count == 0, count == 0});
+  set_context_nzcv(c, leading_run_self_test(count));
 }
 
 using PTruesRoutine = void (*)(PredV*, int, CpuContext*);

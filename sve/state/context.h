@@ -115,11 +115,10 @@ inline PredV pack_pred(const uint8_t* lanes) {
   return p;
 }
 inline void unpack_pred(const PredV& p, uint8_t* lanes) {
-  constexpr int kFull = SVE_VL_BYTES / 64, kRest = SVE_VL_BYTES % 64 / 8;
-  uint64_t words[kFull + 1];
-  std::memcpy(words, p.w, sizeof words);  // local copies: the lane stores cannot alias them
-  for (int w = 0; w < kFull; ++w) expand_word(words[w], lanes + 64 * w, 8);
-  expand_word(words[kFull], lanes + 64 * kFull, kRest);
+  uint8_t map[SVE_VL_BYTES / 8];
+  std::memcpy(map, p.w, sizeof map);  // a local copy: the lane stores cannot alias it
+#pragma GCC unroll 16
+  for (int k = 0; k < SVE_VL_BYTES / 8; ++k) std::memcpy(lanes + 8 * k, &kSpread8.v[map[k]], 8);
 }
 
 // A context for routines that neither read nor write the FFR (all but the

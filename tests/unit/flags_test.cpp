@@ -105,6 +105,29 @@ TEST(PredicateTest, FixedLengthFormFollowsTheElementRule) {
   check_against_rule<long>(rng);
 }
 
+// The closed forms used by WHILE and PTRUES against the fixed-length test of
+// every leading run at every element size.
+template <class T> void check_leading_runs() {
+  constexpr int E = int(sizeof(T)), n = SVE_VL_BYTES / E;
+  for (int count = 0; count <= n; ++count) {
+    Lanes all, run;
+    for (int i = 0; i < n; ++i) all.b[i * E] = 1, run.b[i * E] = i < count;
+    cpu_state s{};
+    sve_ptest<T>(&s, all.b, run.b);
+    const NzcFlags w = leading_run_test(count, n);
+    ASSERT_EQ(flags_of(s), unsigned(w.n << 3 | w.z << 2 | w.c << 1)) << E << " " << count;
+    sve_ptest<T>(&s, run.b, run.b);
+    const NzcFlags p = leading_run_self_test(count);
+    ASSERT_EQ(flags_of(s), unsigned(p.n << 3 | p.z << 2 | p.c << 1)) << E << " " << count;
+  }
+}
+TEST(PredicateTest, LeadingRunClosedFormsFollowTheTest) {
+  check_leading_runs<signed char>();
+  check_leading_runs<short>();
+  check_leading_runs<int>();
+  check_leading_runs<long>();
+}
+
 TEST(PredicateTest, SetNzcKeepsVAndTheVariantsKeepZ) {
   CpuContext c{};
   c.vl = 14;
