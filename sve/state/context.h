@@ -100,8 +100,9 @@ inline void expand_word(uint64_t word, uint8_t* lanes, int groups) {
 inline void expand_pred(const PredV& p, uint8_t* lanes, int bytes) {
   static_assert(std::endian::native == std::endian::little, "byte k of the map holds bits 8k to 8k+7");
   const auto* map = reinterpret_cast<const uint8_t*>(p.w);
+  const int groups = bytes / 8;
 #pragma GCC unroll 4
-  for (int k = 0; k < bytes / 8; ++k) std::memcpy(lanes + 8 * k, &kSpread8.v[map[k]], 8);
+  for (int k = 0; k < groups; ++k) std::memcpy(lanes + 8 * k, &kSpread8.v[map[k]], 8);
 }
 
 // The fixed length: the loop has a compile-time trip count.
