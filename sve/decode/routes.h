@@ -341,34 +341,34 @@ inline aarch64_decode_rc run_agnostic_vi(cpu_state* s, unsigned zd, unsigned zn,
 // Runners for element-wise routines, which read and write only the first vl
 // bytes of their vectors (the context's length is the state's): the sources
 // are the registers themselves rather than 256-byte images, and the result
-// goes straight into Zd unless Zd is also a source.
-inline aarch64_decode_rc run_elementwise_vv(cpu_state* s, unsigned zd, unsigned zn, int pg, unsigned zm,
-                                            AgnosticVV routine) {
+// goes straight into Zd unless Zd is also a source. run(d, p, ctx) calls the
+// routine with its sources bound.
+template <class Run>
+[[gnu::always_inline]] inline aarch64_decode_rc run_elementwise(cpu_state* s, unsigned zd, bool zd_is_source, int pg,
+                                                                 Run run) {
   AgnosticCall call(s);
   PredV p = pg < 0 ? PredV{} : pack_pred(s->p[pg]);
-  if (zd != zn && zd != zm) {
-    routine(s->z[zd], s->z[zn], &p, s->z[zm], &call.ctx);
+  if (!zd_is_source) {
+    run(s->z[zd], &p, &call.ctx);
     s->fpsr = call.ctx.fpsr;
     return DECODE_OK;
   }
   VecImage out;
-  routine(out.b, s->z[zn], &p, s->z[zm], &call.ctx);
+  run(out.b, &p, &call.ctx);
   call.finish(zd, out);
   return DECODE_OK;
 }
+inline aarch64_decode_rc run_elementwise_vv(cpu_state* s, unsigned zd, unsigned zn, int pg, unsigned zm,
+                                            AgnosticVV routine) {
+  return run_elementwise(s, zd, zd == zn || zd == zm, pg, [&](uint8_t* d, const PredV* p, CpuContext* c) {
+    routine(d, s->z[zn], p, s->z[zm], c);
+  });
+}
 inline aarch64_decode_rc run_elementwise_vi(cpu_state* s, unsigned zd, unsigned zn, int pg, uint64_t imm,
                                             AgnosticVI routine) {
-  AgnosticCall call(s);
-  PredV p = pg < 0 ? PredV{} : pack_pred(s->p[pg]);
-  if (zd != zn) {
-    routine(s->z[zd], s->z[zn], &p, imm, &call.ctx);
-    s->fpsr = call.ctx.fpsr;
-    return DECODE_OK;
-  }
-  VecImage out;
-  routine(out.b, s->z[zn], &p, imm, &call.ctx);
-  call.finish(zd, out);
-  return DECODE_OK;
+  return run_elementwise(s, zd, zd == zn, pg, [&](uint8_t* d, const PredV* p, CpuContext* c) {
+    routine(d, s->z[zn], p, imm, c);
+  });
 }
 
 inline aarch64_decode_rc run_agnostic_vvvi(cpu_state* s, unsigned zd, unsigned zn, unsigned zm, int index,
