@@ -94,13 +94,8 @@ inline void leading_lanes(uint8_t* pd, int esize, int count) {
   std::memcpy(pd, kLeadingLanes.l[esize & 3] + SVE_VL_BYTES - (count << (esize & 3)), SVE_VL_BYTES);
 }
 
-// All lanes false, sixteen a store (x86-64 compilers turn a memset of this
-// size into a string instruction, which costs more).
-inline void clear_lanes(uint8_t* pd) {
-  alignas(16) static constexpr uint8_t kZero16[16] = {};
-#pragma GCC unroll 16
-  for (int j = 0; j < SVE_VL_BYTES; j += 16) std::memcpy(pd + j, kZero16, 16);
-}
+// All lanes false.
+inline void clear_lanes(uint8_t* pd) { zero_bytes16(pd, 0, SVE_VL_BYTES); }
 
 // The highest set lane at the start of an E-byte element, -1 when none:
 // eight lanes a 64-bit word from the top, so a lane near the top is found at
@@ -161,9 +156,7 @@ inline void unpack_leading(const PredV& d, uint8_t* pd, int esize) {
 }
 
 // N, Z and C into a context's flags, V cleared.
-inline void set_context_nzcv(CpuContext* c, NzcFlags f) {
-  c->flags = (c->flags & 0x0FFFFFFFu) | (uint32_t(f.n) << 31) | (uint32_t(f.z) << 30) | (uint32_t(f.c) << 29);
-}
+inline void set_context_nzcv(CpuContext* c, NzcFlags f) { c->flags = uint32_t(with_nzcv(c->flags, f)); }
 
 // Routine of a predicate-to-predicate operation on the length-agnostic route.
 using AgnosticPPPP = void (*)(PredV* d, const PredV* g, const PredV* n, const PredV* m, CpuContext* c);

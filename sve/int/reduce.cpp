@@ -41,15 +41,12 @@ template <class T, class Pred> SumAcc<T> sum_of(const uint8_t* a, int n, Pred pg
   return fold<T>(a, n, pg, SumAcc<T>(0), SumR{});
 }
 
-// The value in the low bytes of Vd, the rest cleared sixteen bytes a store
-// (inline stores cost less than the library's memset or a string store).
+// The value in the low bytes of Vd, the rest cleared.
 template <class T, class Acc> aarch64_decode_rc write_scalar(cpu_state* s, unsigned vd, Acc value) {
   alignas(16) uint8_t low[16] = {};
   set_elem<Acc>(low, 0, value);
   std::memcpy(s->z[vd], low, 16);
-  alignas(16) static constexpr uint8_t kZero16[16] = {};
-#pragma GCC unroll 8
-  for (int i = 16; i < SVE_VL_BYTES; i += 16) std::memcpy(s->z[vd] + i, kZero16, 16);
+  zero_bytes16(s->z[vd], 16, SVE_VL_BYTES);
   return DECODE_OK;
 }
 template <class T, class Op> aarch64_decode_rc fixed_reduce(cpu_state* s, unsigned vd, unsigned pg, unsigned zn) {

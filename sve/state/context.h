@@ -148,6 +148,14 @@ inline void store_context_flags(cpu_state* s, const CpuContext& c) {
   s->nzcv = (s->nzcv & ~uint64_t(0xF0000000u)) | (c.flags & 0xF0000000u);
 }
 
+// Bytes from..to-1 (multiples of 16) cleared sixteen a store, inline: a
+// library memset or a string store costs more at these sizes.
+inline void zero_bytes16(uint8_t* p, int from, int to) {
+  alignas(16) static constexpr uint8_t kZero16[16] = {};
+#pragma GCC unroll 16
+  for (int i = from; i < to; i += 16) std::memcpy(p + i, kZero16, 16);
+}
+
 // A 256-byte image of a Z register; bytes past the vector length are zero.
 struct VecImage {
   alignas(16) uint8_t b[SVE_MAX_VL_BYTES];
@@ -156,9 +164,6 @@ inline VecImage load_image(const cpu_state* s, int zreg) {
   VecImage v;
   static_assert(SVE_VL_BYTES % 16 == 0);
   std::memcpy(v.b, s->z[zreg], SVE_VL_BYTES);
-  // Sixteen bytes a store, inline: a library memset call costs more than the stores.
-  alignas(16) static constexpr uint8_t kZero16[16] = {};
-#pragma GCC unroll 16
-  for (int i = SVE_VL_BYTES; i < SVE_MAX_VL_BYTES; i += 16) std::memcpy(v.b + i, kZero16, 16);
+  zero_bytes16(v.b, SVE_VL_BYTES, SVE_MAX_VL_BYTES);
   return v;
 }
