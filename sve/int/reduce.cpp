@@ -53,9 +53,36 @@ template <class T, class Op> aarch64_decode_rc fixed_reduce(cpu_state* s, unsign
   T r = fold<T>(s->z[zn], kElems<T>, LanePred{s->p[pg]}, Op::template start<T>(), Op{});
   return write_scalar<T>(s, vd, r);
 }
-// UADDV: elements zero-extended (T unsigned) and added in 64 bits.
+// UADDV: elements zero-extended (T unsigned) and added in 64 bits. Each
+// 16-byte piece, its inactive elements cleared, is read as lanes of twice the
+// width and added whole (`all`, modulo the lane) and by its high elements
+// (`high`); the low elements' sum, all - high * 2^bits, is exact modulo the
+// lane since the seven pieces cannot overflow it. No widening shuffles.
+template <class T> [[gnu::always_inline]] inline uint64_t masked_usum(const uint8_t* a, const uint8_t* lanes) {
+  using W = IntOf<2 * sizeof(T), false>;
+  typedef T V __attribute__((vector_size(16)));
+  typedef W WV __attribute__((vector_size(16)));
+  WV all = {}, high = {};
+#pragma GCC unroll 8
+  for (int k = 0; k < SVE_VL_BYTES / 16; ++k) {
+    V x, p;
+    std::memcpy(&x, a + 16 * k, 16);
+    std::memcpy(&p, lanes + 16 * k, 16);
+    WV w = WV(x & ~V((sizeof(T) == 1 ? p : p & 1) == 0));  // a byte lane is 0 or 1
+    all += w;
+    high += w >> kBits<T>;
+  }
+  WV sums = all - (high << kBits<T>) + high;
+  W sum = 0;  // the whole sum fits too
+  for (unsigned j = 0; j < 16 / sizeof(W); ++j) sum = W(sum + sums[j]);
+  return sum;
+}
 template <class T> aarch64_decode_rc fixed_sum(cpu_state* s, unsigned vd, unsigned pg, unsigned zn) {
-  return write_scalar<T>(s, vd, uint64_t(sum_of<T>(s->z[zn], kElems<T>, LanePred{s->p[pg]})));
+  if constexpr (sizeof(T) == 8) {
+    return write_scalar<T>(s, vd, uint64_t(sum_of<T>(s->z[zn], kElems<T>, LanePred{s->p[pg]})));
+  } else {
+    return write_scalar<T>(s, vd, masked_usum<T>(s->z[zn], s->p[pg]));
+  }
 }
 
 // SADDV: the routine writes the whole result image.
