@@ -52,8 +52,8 @@ struct LanePred {
   bool active(int byte) const { return lanes[byte] & 1; }
   template <class T> std::make_unsigned_t<T> mask(int i) const {
     using U = std::make_unsigned_t<T>;
-    if constexpr (sizeof(T) == 1) return U(U(0) - lanes[i]);
-    else return U(U(0) - U(elem<U>(lanes, i) & 1u));
+    if constexpr (sizeof(T) == 1) return lanes[i] == 0 ? U(0) : U(~U(0));
+    else return (elem<U>(lanes, i) & 1u) == 0 ? U(0) : U(~U(0));
   }
   // Byte elements 4k to 4k+3 as the four bytes of one 32-bit mask.
   uint32_t quad_mask(int k) const {
@@ -76,13 +76,20 @@ template <class T> inline T merge(std::make_unsigned_t<T> m, T yes, T no) {
 // ---- element loops (shared by both routes) ----
 // d never overlaps the sources: both routes build results in a temporary.
 
+// Operations whose 64-bit lanes no host has a vector instruction for
+// (multiplies, divides) say so with kScalarAt64: their 64-bit elements then
+// take a select each, cheaper than the lane masks scalar code would build.
+template <class F>
+concept ScalarAt64 = requires { requires F::kScalarAt64; };
+
 // d[i] = f(a[i], b[i]) for the n elements; inactive elements keep a[i] (merging).
 template <class T, class Pred, class F>
 inline void map2(uint8_t* __restrict d, const uint8_t* a, const uint8_t* b, int n, Pred pg, F f) {
 #pragma GCC unroll 16
   for (int i = 0; i < n; ++i) {
     T x = elem<T>(a, i);
-    set_elem<T>(d, i, merge<T>(pg.template mask<T>(i), f(x, elem<T>(b, i)), x));
+    if constexpr (sizeof(T) == 8 && ScalarAt64<F>) set_elem<T>(d, i, pg.active(8 * i) ? f(x, elem<T>(b, i)) : x);
+    else set_elem<T>(d, i, merge<T>(pg.template mask<T>(i), f(x, elem<T>(b, i)), x));
   }
 }
 // An operation on byte elements that also works on four of them at once in a
@@ -127,7 +134,8 @@ inline void map3(uint8_t* __restrict d, const uint8_t* a, const uint8_t* b, cons
 #pragma GCC unroll 16
   for (int i = 0; i < n; ++i) {
     T x = elem<T>(a, i), y = elem<T>(b, i), z = elem<T>(c, i);
-    if constexpr (SelfMasking<F, T>) set_elem<T>(d, i, f.masked(pg.template mask<T>(i), x, y, z));
+    if constexpr (sizeof(T) == 8 && ScalarAt64<F>) set_elem<T>(d, i, pg.active(8 * i) ? f(x, y, z) : x);
+    else if constexpr (SelfMasking<F, T>) set_elem<T>(d, i, f.masked(pg.template mask<T>(i), x, y, z));
     else set_elem<T>(d, i, merge<T>(pg.template mask<T>(i), f(x, y, z), x));
   }
 }

@@ -50,9 +50,11 @@ template <class T> inline T divide(T n, T d) {
   }
 }
 struct Div {
+  static constexpr bool kScalarAt64 = true;
   template <class T> T operator()(T a, T b) const { return divide(a, b); }
 };
 struct DivR {
+  static constexpr bool kScalarAt64 = true;
   template <class T> T operator()(T a, T b) const { return divide(b, a); }
 };
 

@@ -8,10 +8,12 @@ namespace sve {
 namespace {
 
 struct Mul {
+  static constexpr bool kScalarAt64 = true;
   template <class T> T operator()(T a, T b) const { return wrap_mul(a, b); }
 };
 // The upper half of the double-width product, signed or unsigned by T.
 struct MulHigh {
+  static constexpr bool kScalarAt64 = true;
   template <class T> T operator()(T a, T b) const {
     using W = std::conditional_t<(sizeof(T) == 8), std::conditional_t<std::is_signed_v<T>, int128, uint128>,
                                  std::conditional_t<std::is_signed_v<T>, int64_t, uint64_t>>;
@@ -36,9 +38,11 @@ struct Mls {  // Zda - Zn * Zm
   template <class T> T masked(UnsignedOf<T> mask, T d, T n, T m) const { return wrap_sub(d, masked_product(mask, n, m)); }
 };
 struct Mad {  // Za + Zdn * Zm
+  static constexpr bool kScalarAt64 = true;
   template <class T> T operator()(T d, T a, T m) const { return wrap_add(a, wrap_mul(d, m)); }
 };
 struct Msb {  // Za - Zdn * Zm
+  static constexpr bool kScalarAt64 = true;
   template <class T> T operator()(T d, T a, T m) const { return wrap_sub(a, wrap_mul(d, m)); }
 };
 
