@@ -115,12 +115,27 @@ inline void map_imm(uint8_t* __restrict d, const uint8_t* a, int n, Pred pg, F f
     set_elem<T>(d, i, merge<T>(pg.template mask<T>(i), f(x), x));
   }
 }
+// An operation that also transforms sixteen bytes of T elements at once
+// (f.chunk<T>(out, in)), where its element form has no vector instruction
+// but a byte shuffle does the work (bit reversal by nibble tables).
+template <class F, class T>
+concept ChunkOp = requires(const F f, uint8_t* out, const uint8_t* in) { f.template chunk<T>(out, in); };
 // d[i] = f(a[i]) for active elements; inactive take m[i] (the destination).
 template <class T, class Pred, class F>
 inline void map1(uint8_t* __restrict d, const uint8_t* a, const uint8_t* m, int n, Pred pg, F f) {
   if constexpr (sizeof(T) == 1 && QuadOp<F>) return map_quads(d, a, m, n / 4, pg, f);
+  int i = 0;
+  if constexpr (ChunkOp<F, T>) {
+    constexpr int kPer = 16 / int(sizeof(T));
+    for (; i + kPer <= n; i += kPer) {
+      alignas(16) uint8_t r[16];
+      f.template chunk<T>(r, a + i * int(sizeof(T)));
+      for (int j = 0; j < kPer; ++j)
+        set_elem<T>(d, i + j, merge<T>(pg.template mask<T>(i + j), elem<T>(r, j), elem<T>(m, i + j)));
+    }
+  }
 #pragma GCC unroll 16
-  for (int i = 0; i < n; ++i) set_elem<T>(d, i, merge<T>(pg.template mask<T>(i), f(elem<T>(a, i)), elem<T>(m, i)));
+  for (; i < n; ++i) set_elem<T>(d, i, merge<T>(pg.template mask<T>(i), f(elem<T>(a, i)), elem<T>(m, i)));
 }
 // An operation that applies the element's mask itself, f.masked(m, a, b, c)
 // giving a for inactive elements, more cheaply than a select after it.

@@ -83,10 +83,22 @@ template <int Bits, int To, class U> constexpr U reverse_groups(U x) {
     return reverse_groups<2 * Bits, To>(U(((x >> Bits) & m) | ((x & m) << Bits)));
   }
 }
-// Bit reversal (RBIT); byte elements go four to a 32-bit word.
+// Bit reversal (RBIT). Sixteen bytes at once: the two nibbles of each byte
+// reversed through 16-entry tables (a byte shuffle on both hosts), then the
+// bytes of each element put in reverse order.
 struct RBit {
   template <class T> T operator()(T a) const { return T(reverse_groups<1, kBits<T>>(UnsignedOf<T>(a))); }
-  uint32_t quads(uint32_t w) const { return reverse_groups<1, 8>(w); }
+  template <class T> void chunk(uint8_t* out, const uint8_t* in) const {
+    typedef uint8_t V __attribute__((vector_size(16)));
+    constexpr V kLowToHigh = {0x00, 0x80, 0x40, 0xC0, 0x20, 0xA0, 0x60, 0xE0, 0x10, 0x90, 0x50, 0xD0, 0x30, 0xB0, 0x70, 0xF0};
+    constexpr V kHighToLow = {0x0, 0x8, 0x4, 0xC, 0x2, 0xA, 0x6, 0xE, 0x1, 0x9, 0x5, 0xD, 0x3, 0xB, 0x7, 0xF};
+    constexpr V kIota = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+    V x;
+    std::memcpy(&x, in, 16);
+    V r = __builtin_shuffle(kLowToHigh, V(x & 15)) | __builtin_shuffle(kHighToLow, V(x >> 4));
+    if constexpr (sizeof(T) > 1) r = __builtin_shuffle(r, V(kIota ^ uint8_t(sizeof(T) - 1)));  // bytes reversed per element
+    std::memcpy(out, &r, 16);
+  }
 };
 // The element's units of Unit bytes in reverse order (REVB, REVH, REVW).
 template <int Unit> struct Rev {
