@@ -19,6 +19,35 @@ struct Not {
 struct CNot {
   template <class T> T operator()(T a) const { return T(a == 0); }
 };
+typedef uint8_t Bytes16 __attribute__((vector_size(16)));
+// table[low nibble] and table[high nibble] of each of sixteen bytes (a byte
+// shuffle: pshufb on x86, TBL on AArch64).
+struct NibbleLookup {
+  Bytes16 low, high;
+};
+inline NibbleLookup nibble_lookup(Bytes16 table, const uint8_t* in) {
+  Bytes16 x;
+  std::memcpy(&x, in, 16);
+  return {__builtin_shuffle(table, Bytes16(x & 15)), __builtin_shuffle(table, Bytes16(x >> 4))};
+}
+// The counts of each byte of c folded up to elements of T: each level adds
+// the count of an element's lower half to that of its upper half where
+// `goes_on(upper, bits)` is all ones (always for CNT; for CLZ where the upper
+// half was all zeros, its count equal to its width).
+template <class T, class GoesOn> inline void fold_byte_counts(uint8_t* out, Bytes16 c, GoesOn goes_on) {
+  auto level = [&](auto half) {
+    using H = decltype(half);
+    using W = IntOf<2 * sizeof(H), false>;
+    typedef W WV __attribute__((vector_size(16)));
+    WV w = WV(c), lower = w & W(H(~H(0))), upper = w >> kBits<H>;  // little-endian: the low half first
+    c = Bytes16(upper + (lower & goes_on(upper, W(kBits<H>))));
+  };
+  if constexpr (sizeof(T) >= 2) level(uint8_t{});
+  if constexpr (sizeof(T) >= 4) level(uint16_t{});
+  if constexpr (sizeof(T) >= 8) level(uint32_t{});
+  std::memcpy(out, &c, 16);
+}
+
 // Leading zero bits by halving steps: where the top Step bits are clear, add
 // Step and shift them out (selects rather than branches or a bit-scan, so
 // that it vectorises); a value still without its top bit set is zero.
@@ -30,16 +59,39 @@ template <int Step, class U> constexpr U leading_zeros(U x, U n = 0) {
     return leading_zeros<Step / 2>(merge<U>(clear, U(x << Step), x), U(n + (clear & U(Step))));
   }
 }
-struct Clz {
+// Sixteen bytes at once: leading zeros of each byte from a nibble table, then
+// of wider elements by halves.
+struct ClzChunk {
+  static constexpr Bytes16 kNibbleClz = {4, 3, 2, 2, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0, 0};
+  template <class T> static void clz_chunk(uint8_t* out, const uint8_t* in) {
+    NibbleLookup n = nibble_lookup(kNibbleClz, in);
+    Bytes16 c = n.high + (n.low & Bytes16(n.high == 4));
+    fold_byte_counts<T>(out, c, [](auto upper, auto bits) { return decltype(upper)(upper == bits); });
+  }
+};
+struct Clz : ClzChunk {
   template <class T> T operator()(T a) const { return T(leading_zeros<kBits<T> / 2>(UnsignedOf<T>(a))); }
+  template <class T> void chunk(uint8_t* out, const uint8_t* in) const { clz_chunk<T>(out, in); }
 };
 // Leading bits equal to the sign bit, not counting the sign bit itself: the
 // leading zeros of the value with its sign spread over it flipped, less one.
-struct Cls {
+struct Cls : ClzChunk {
   template <class T> T operator()(T a) const {
     using U = UnsignedOf<T>;
     U sign = U(U(0) - U(U(a) >> (kBits<T> - 1)));
     return T(leading_zeros<kBits<T> / 2>(U(U(a) ^ sign)) - 1u);
+  }
+  template <class T> void chunk(uint8_t* out, const uint8_t* in) const {
+    typedef std::make_signed_t<T> SV __attribute__((vector_size(16)));
+    SV x;
+    std::memcpy(&x, in, 16);
+    x ^= SV(x < 0);  // all ones where negative
+    alignas(16) uint8_t flipped[16];
+    std::memcpy(flipped, &x, 16);
+    clz_chunk<T>(out, flipped);
+    std::memcpy(&x, out, 16);
+    x -= 1;
+    std::memcpy(out, &x, 16);
   }
 };
 // x plus x shifted right by Shift, 2 * Shift, ... below the width: the sum of
@@ -58,8 +110,14 @@ template <class U> constexpr U byte_counts(U x) {
 // the low byte (shifts and adds only, so that it vectorises on hosts without
 // a per-lane bit count); byte elements go four to a 32-bit word.
 struct Cnt {
+  static constexpr Bytes16 kNibbleBits = {0, 1, 1, 2, 1, 2, 2, 3, 1, 2, 2, 3, 2, 3, 3, 4};
   template <class T> T operator()(T a) const { return T(fold_bytes<8>(byte_counts(UnsignedOf<T>(a))) & 0xFFu); }
-  uint32_t quads(uint32_t w) const { return byte_counts(w); }
+  // Sixteen bytes at once: the bits of each byte from a nibble table, then
+  // the byte counts of wider elements added.
+  template <class T> void chunk(uint8_t* out, const uint8_t* in) const {
+    NibbleLookup n = nibble_lookup(kNibbleBits, in);
+    fold_byte_counts<T>(out, Bytes16(n.low + n.high), [](auto upper, auto) { return ~decltype(upper){}; });
+  }
 };
 // Sign or zero extension from the low bytes held by N, as a shift pair or a
 // mask on the whole element (a narrowing conversion would become a strided
