@@ -89,7 +89,7 @@ template <bool After, bool SetFlags>
     count = After && before < SVE_VL_BYTES ? before + 1 : before;
   }
   if (SetFlags) {
-    bool any = first_lane_of<1>(g, 0) < count;  // the first active lane is kept
+    bool any = count > 0 && first_lane_of<1>(g, 0) < count;  // the first active lane is kept
     s->nzcv = with_nzcv(s->nzcv, NzcFlags{any, !any, !(last >= 0 && last < count)});
   }
   break_result<false>(s->p[pd.num], g, g, count);
