@@ -8,6 +8,8 @@
 #include "sve/state/cpu_state.h"
 #if defined(__SSE2__)
 #include <emmintrin.h>
+#elif defined(__aarch64__)
+#include <arm_neon.h>
 #endif
 
 constexpr int SVE_MAX_VL_BYTES = 256;      // 2048-bit vectors
@@ -47,6 +49,11 @@ inline uint64_t pack16(const uint8_t* lanes) {
   __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(lanes));
   // Bit 0 of each lane to its sign bit; the mask is already zero above bit 15.
   return uint32_t(_mm_movemask_epi8(_mm_slli_epi16(v, 7)));
+#elif defined(__aarch64__)
+  // Bit 0 of lane k moved to bit k % 8, then each half's eight bytes added.
+  const int8x16_t to_bit = {0, 1, 2, 3, 4, 5, 6, 7, 0, 1, 2, 3, 4, 5, 6, 7};
+  uint8x16_t bits = vshlq_u8(vandq_u8(vld1q_u8(lanes), vdupq_n_u8(1)), to_bit);
+  return vaddv_u8(vget_low_u8(bits)) | uint64_t(vaddv_u8(vget_high_u8(bits))) << 8;
 #else
   return pack8(lanes) | uint64_t(pack8(lanes + 8)) << 8;
 #endif
@@ -55,6 +62,10 @@ inline uint64_t pack16(const uint8_t* lanes) {
 inline uint64_t sign_mask16(const uint8_t* bytes) {
 #if defined(__SSE2__)
   return uint32_t(_mm_movemask_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes))));
+#elif defined(__aarch64__)
+  const uint8x16_t weight = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
+  uint8x16_t bits = vandq_u8(vcltzq_s8(vreinterpretq_s8_u8(vld1q_u8(bytes))), weight);
+  return vaddv_u8(vget_low_u8(bits)) | uint64_t(vaddv_u8(vget_high_u8(bits))) << 8;
 #else
   uint64_t lo, hi;
   std::memcpy(&lo, bytes, 8);
