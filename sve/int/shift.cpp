@@ -2,6 +2,7 @@
 // wide 64-bit elements; the reversed LSLR, LSRR, ASRR; ASRD.
 #include "sve/decode/routes.h"
 #include "sve/int/helpers.h"
+#include "sve/int/shift_lanes.h"
 #include "sve/int/wrap.h"
 
 namespace sve {
@@ -20,12 +21,21 @@ constexpr uint32_t sign_bytes(uint32_t w) {
 struct Lsl {
   template <class T> T operator()(T a, uint64_t n) const { return n >= uint64_t(kBits<T>) ? T(0) : T(raw_bits(a) << n); }
   static uint32_t quads(uint32_t w, unsigned k) { return (w << k) & all_bytes(0xFFu << k); }
+  // Immediate left shifts are below the width.
+  template <class T> static Lanes<T> lanes(Lanes<T> x, uint64_t n) { return shl_lanes<T>(x, unsigned(n)); }
+  template <class T> static Lanes<T> by_lanes(Lanes<T> x, Lanes<T> n) { return shl_by_lanes<T>(x, n); }
 };
 struct Lsr {
   template <class T> T operator()(T a, uint64_t n) const {
     return n >= uint64_t(kBits<T>) ? T(0) : T(UnsignedOf<T>(a) >> n);
   }
   static uint32_t quads(uint32_t w, unsigned k) { return (w >> k) & all_bytes(0xFFu >> k); }
+  // Bytes shift by up to 8 as they stand; wider lanes by the width give 0.
+  template <class T> static Lanes<T> lanes(Lanes<T> x, uint64_t n) {
+    if constexpr (sizeof(T) == 1) return lsr_lanes<T>(x, n < 8 ? unsigned(n) : 8u);
+    else return lsr_lanes<T>(x, unsigned(n) & (kBits<T> - 1)) & splat<T>(T(n < uint64_t(kBits<T>) ? ~0ull : 0));
+  }
+  template <class T> static Lanes<T> by_lanes(Lanes<T> x, Lanes<T> n) { return lsr_by_lanes<T>(x, n); }
 };
 struct Asr {
   template <class T> T operator()(T a, uint64_t n) const {
@@ -33,6 +43,10 @@ struct Asr {
     return T(S(a) >> (n >= uint64_t(kBits<T>) ? kBits<T> - 1 : int(n)));
   }
   static uint32_t quads(uint32_t w, unsigned k) { return Lsr::quads(w, k) | (sign_bytes(w) & all_bytes(~(0xFFu >> k))); }
+  template <class T> static Lanes<T> lanes(Lanes<T> x, uint64_t n) {
+    return asr_lanes<T>(x, n < uint64_t(kBits<T>) ? unsigned(n) : kBits<T> - 1u);
+  }
+  template <class T> static Lanes<T> by_lanes(Lanes<T> x, Lanes<T> n) { return asr_by_lanes<T>(x, n); }
 };
 // Rounds toward zero: the floor of the arithmetic shift, plus one for a
 // negative element that had nonzero bits shifted out.
@@ -74,7 +88,39 @@ template <class Op> struct ByAmount {
   uint64_t n;
   template <class T> T operator()(T a) const { return Op{}(a, n); }
   uint32_t quads(uint32_t w) const { return Op::quads(w, n < 8 ? unsigned(n) : 8u); }
+  template <class T> Lanes<T> lanes(Lanes<T> x) const { return Op::template lanes<T>(x, n); }
 };
+// The amount used whole, element by element (64-bit elements, which have no
+// vector multiply to shift by).
+template <class Op> struct ByElemWhole {
+  template <class T> T operator()(T a, T b) const { return Op{}(a, uint64_t(UnsignedOf<T>(b))); }
+};
+
+// ---- fixed-length executors: sixteen bytes at a time as vectors ----
+// Zdn = Pg ? op(Zdn, Zm) : Zdn with per-element amounts.
+template <class T, class Op> [[gnu::always_inline]] inline aarch64_decode_rc lanes_zpz(cpu_state* s, unsigned zdn, unsigned pg, unsigned zm) {
+  if constexpr (sizeof(T) == 8) return fixed_zpz<T>(s, zdn, pg, zm, ByElemWhole<Op>{});
+  else fixed_in_place<2>(s->z[zdn], {s->z[zdn], s->z[zm]}, [&](uint8_t* out, auto& in, int off) {
+    Lanes<T> x = load_lanes<T>(in[0]);
+    Lanes<T> r = Op::template by_lanes<T>(x, load_lanes<T>(in[1]));
+    store_lanes<T>(out, select_active<T>(s->p[pg] + off, r, x));
+  });
+  return DECODE_OK;
+}
+// Zdn = Pg ? op(Zdn) : Zdn and Zd = op(Zn) with one amount for every element.
+template <class T, class F> [[gnu::always_inline]] inline aarch64_decode_rc lanes_zpi(cpu_state* s, unsigned zdn, unsigned pg, F f) {
+  fixed_in_place<1>(s->z[zdn], {s->z[zdn]}, [&](uint8_t* out, auto& in, int off) {
+    Lanes<T> x = load_lanes<T>(in[0]);
+    store_lanes<T>(out, select_active<T>(s->p[pg] + off, f.template lanes<T>(x), x));
+  });
+  return DECODE_OK;
+}
+template <class T, class F> [[gnu::always_inline]] inline aarch64_decode_rc lanes_zzi(cpu_state* s, unsigned zd, unsigned zn, F f) {
+  fixed_in_place<1>(s->z[zd], {s->z[zn]}, [&](uint8_t* out, auto& in, int) {
+    store_lanes<T>(out, f.template lanes<T>(load_lanes<T>(in[0])));
+  });
+  return DECODE_OK;
+}
 
 // ---- length-agnostic routines ----
 template <class T, class Op>
@@ -137,23 +183,24 @@ template <class T, AgnosticVI R> aarch64_decode_rc h_agn_shift_zzi(cpu_state* s,
 using namespace sve;
 
 #define SVE_SHIFT_ZPZ(NAME, SIGNED, OP)                                                                     \
-  extern "C" aarch64_decode_rc NAME(cpu_state* s, aarch64_z_reg zdn, aarch64_p_reg pg, aarch64_z_reg zm) { \
+  extern "C" SVE_EXECUTOR aarch64_decode_rc NAME(cpu_state* s, aarch64_z_reg zdn, aarch64_p_reg pg, aarch64_z_reg zm) { \
     return by_esize<SIGNED>(zdn.esize, [&](auto t) {                                                        \
-      return fixed_zpz<typename decltype(t)::type>(s, zdn.num, pg.num, zm.num, ByElem<OP>{});              \
+      return lanes_zpz<typename decltype(t)::type, OP>(s, zdn.num, pg.num, zm.num);                        \
     });                                                                                                     \
   }
 #define SVE_SHIFT_ZPI(NAME, SIGNED, OP)                                                                 \
-  extern "C" aarch64_decode_rc NAME(cpu_state* s, aarch64_z_reg zdn, aarch64_p_reg pg, unsigned n) {   \
+  extern "C" SVE_EXECUTOR aarch64_decode_rc NAME(cpu_state* s, aarch64_z_reg zdn, aarch64_p_reg pg, unsigned n) {   \
     return by_esize<SIGNED>(zdn.esize, [&](auto t) {                                                    \
-      return fixed_zpi<typename decltype(t)::type>(s, zdn.num, pg.num, ByAmount<OP>{n});               \
+      return lanes_zpi<typename decltype(t)::type>(s, zdn.num, pg.num, ByAmount<OP>{n});               \
     });                                                                                                 \
   }
 #define SVE_SHIFT_ZZI(NAME, SIGNED, OP)                                                                \
-  extern "C" aarch64_decode_rc NAME(cpu_state* s, aarch64_z_reg zd, aarch64_z_reg zn, unsigned n) {   \
+  extern "C" SVE_EXECUTOR aarch64_decode_rc NAME(cpu_state* s, aarch64_z_reg zd, aarch64_z_reg zn, unsigned n) {   \
     return by_esize<SIGNED>(zd.esize, [&](auto t) {                                                    \
-      return fixed_zzi<typename decltype(t)::type>(s, zd.num, zn.num, ByAmount<OP>{n});               \
+      return lanes_zzi<typename decltype(t)::type>(s, zd.num, zn.num, ByAmount<OP>{n});               \
     });                                                                                                \
   }
+SVE_EXECUTORS_BEGIN
 SVE_SHIFT_ZPZ(sve_lsl_zpz, false, Lsl)
 SVE_SHIFT_ZPZ(sve_lsr_zpz, false, Lsr)
 SVE_SHIFT_ZPZ(sve_asr_zpz, true, Asr)
@@ -163,6 +210,7 @@ SVE_SHIFT_ZPI(sve_asr_zpi, true, Asr)
 SVE_SHIFT_ZZI(sve_lsl_zzi, false, Lsl)
 SVE_SHIFT_ZZI(sve_lsr_zzi, false, Lsr)
 SVE_SHIFT_ZZI(sve_asr_zzi, true, Asr)
+SVE_EXECUTORS_END
 
 SVE_FOR_U(SVE_EXPORT_VV, ShlRVVM, zpz_routine, ByElemR<Lsl>)
 SVE_FOR_U(SVE_EXPORT_VV, ShrRVVM, zpz_routine, ByElemR<Lsr>)
