@@ -8,20 +8,15 @@
 namespace sve {
 namespace {
 
-// Each operation shifts an element by an unsigned amount used whole (left and
-// logical right shifts past the width give 0, arithmetic right shifts fill
-// with the sign: 64-bit elements by vector), sixteen bytes of lanes by one
-// amount (lanes) and by per-lane amounts (by_lanes, elements up to 32 bits).
+// Each operation shifts sixteen bytes of lanes by one amount (lanes) or by
+// per-lane amounts used whole as unsigned (by_lanes): left and logical right
+// shifts past the width give 0, arithmetic right shifts fill with the sign.
 struct Lsl {
-  template <class T> T operator()(T a, uint64_t n) const { return n >= uint64_t(kBits<T>) ? T(0) : T(raw_bits(a) << n); }
   // Immediate left shifts are below the width.
   template <class T> static Lanes<T> lanes(Lanes<T> x, uint64_t n) { return shl_lanes<T>(x, unsigned(n)); }
   template <class T> static Lanes<T> by_lanes(Lanes<T> x, Lanes<T> n) { return shl_by_lanes<T>(x, n); }
 };
 struct Lsr {
-  template <class T> T operator()(T a, uint64_t n) const {
-    return n >= uint64_t(kBits<T>) ? T(0) : T(UnsignedOf<T>(a) >> n);
-  }
   // Bytes shift by up to 8 as they stand; wider lanes by the width give 0.
   template <class T> static Lanes<T> lanes(Lanes<T> x, uint64_t n) {
     if constexpr (sizeof(T) == 1) return lsr_lanes<T>(x, n < 8 ? unsigned(n) : 8u);
@@ -30,10 +25,6 @@ struct Lsr {
   template <class T> static Lanes<T> by_lanes(Lanes<T> x, Lanes<T> n) { return lsr_by_lanes<T>(x, n); }
 };
 struct Asr {
-  template <class T> T operator()(T a, uint64_t n) const {
-    using S = std::make_signed_t<T>;
-    return T(S(a) >> (n >= uint64_t(kBits<T>) ? kBits<T> - 1 : int(n)));
-  }
   template <class T> static Lanes<T> lanes(Lanes<T> x, uint64_t n) {
     return asr_lanes<T>(x, n < uint64_t(kBits<T>) ? unsigned(n) : kBits<T> - 1u);
   }
@@ -54,17 +45,10 @@ template <class Op> struct ByAmount {
   uint64_t n;
   template <class T> Lanes<T> lanes(Lanes<T> x) const { return Op::template lanes<T>(x, n); }
 };
-// The amount is the element of the second vector, used whole element by
-// element (64-bit elements, which have no vector multiply to shift by).
-template <class Op> struct ByElemWhole {
-  template <class T> T operator()(T a, T b) const { return Op{}(a, uint64_t(UnsignedOf<T>(b))); }
-};
-
 // ---- fixed-length executors: sixteen bytes at a time as vectors ----
 // Zdn = Pg ? op(Zdn, Zm) : Zdn with per-element amounts.
 template <class T, class Op> [[gnu::always_inline]] inline aarch64_decode_rc lanes_zpz(cpu_state* s, unsigned zdn, unsigned pg, unsigned zm) {
-  if constexpr (sizeof(T) == 8) return fixed_zpz<T>(s, zdn, pg, zm, ByElemWhole<Op>{});
-  else fixed_in_place<2>(s->z[zdn], {s->z[zdn], s->z[zm]}, [&](uint8_t* out, auto& in, int off) {
+  fixed_in_place<2>(s->z[zdn], {s->z[zdn], s->z[zm]}, [&](uint8_t* out, auto& in, int off) {
     Lanes<T> x = load_lanes<T>(in[0]);
     Lanes<T> r = Op::template by_lanes<T>(x, load_lanes<T>(in[1]));
     store_lanes<T>(out, select_active<T>(s->p[pg] + off, r, x));
@@ -105,12 +89,10 @@ inline void agnostic_lanes(uint8_t* d, const uint8_t* a, const PredV* pg, const 
     std::memcpy(d + off, r, n);
   });
 }
-// Reversed operands: b shifted by a. 64-bit elements shift one by one.
+// Reversed operands: b shifted by a.
 template <class T, class Op>
 void rev_zpz_routine(uint8_t* d, const uint8_t* a, const PredV* pg, const uint8_t* b, CpuContext* c) {
-  if constexpr (sizeof(T) == 8)
-    agnostic_map2<T>(d, a, pg, b, c, [](T x, T y) { return ByElemWhole<Op>{}(y, x); });
-  else agnostic_lanes<T>(d, a, pg, b, c, [](Lanes<T> x, Lanes<T> y) { return Op::template by_lanes<T>(y, x); });
+  agnostic_lanes<T>(d, a, pg, b, c, [](Lanes<T> x, Lanes<T> y) { return Op::template by_lanes<T>(y, x); });
 }
 // Wide amounts: each 64-bit amount clamped to the element width and put in
 // every element of its half of the chunk.

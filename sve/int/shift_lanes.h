@@ -37,7 +37,8 @@ template <class T> inline Lanes<T> splat(T v) {
 // byte of the unpacked predicate) is set, no elsewhere.
 template <class T> inline Lanes<T> select_active(const uint8_t* lanes, Lanes<T> yes, Lanes<T> no) {
   using U = UnsignedOf<T>;
-  return (load_lanes<U>(lanes) & U(1)) ? yes : no;
+  if constexpr (sizeof(T) == 1) return load_lanes<U>(lanes) ? yes : no;  // byte lanes hold 0 or 1
+  else return (load_lanes<U>(lanes) & U(1)) ? yes : no;
 }
 // min(a, b) lane by lane, as a loop: the compilers make it one unsigned
 // minimum, where the vector ?: form became a compare and a blend.
@@ -67,7 +68,7 @@ template <class T> inline Lanes<T> asr_lanes(Lanes<T> x, unsigned k) {
   }
 }
 
-// ---- per-lane amounts (element types up to 32 bits) ----
+// ---- per-lane amounts ----
 template <class T> using Double = std::conditional_t<sizeof(T) == 1, uint16_t, std::conditional_t<sizeof(T) == 2, uint32_t, uint64_t>>;
 
 // min(n, width) in each lane, n unsigned.
@@ -91,28 +92,63 @@ template <class T> inline Lanes<UnsignedOf<T>> pow2_lanes(Lanes<UnsignedOf<T>> e
   const B table = {1, 2, 4, 8, 16, 32, 64, 128, 0, 0, 0, 0, 0, 0, 0, 0};
   return as_lanes<UnsignedOf<T>>(__builtin_shuffle(table, idx));
 }
+// Products of byte lanes, as 16-bit products of the even bytes and of the odd
+// bytes (x86 has no byte multiply): the low bytes (mul_low) or the high
+// bytes (mul_high) of the 16-bit products, back in their byte lanes.
+inline Lanes<uint8_t> mul_low_bytes(Lanes<uint8_t> a, Lanes<uint8_t> b) {
+  Lanes<uint16_t> x = as_lanes<uint16_t>(a), y = as_lanes<uint16_t>(b), lo = splat<uint16_t>(0xFF);
+  Lanes<uint16_t> even = (x * (y & lo)) & lo, odd = (x & ~lo) * (y >> 8);
+  return as_lanes<uint8_t>(even | odd);
+}
+inline Lanes<uint8_t> mul_high_bytes(Lanes<uint8_t> a, Lanes<uint8_t> b) {
+  Lanes<uint16_t> x = as_lanes<uint16_t>(a), y = as_lanes<uint16_t>(b), lo = splat<uint16_t>(0xFF);
+  Lanes<uint16_t> even = ((x & lo) * (y & lo)) >> 8, odd = ((x >> 8) * (y >> 8)) & ~lo;
+  return as_lanes<uint8_t>(even | odd);
+}
+template <class U> inline Lanes<U> mul_low(Lanes<U> a, Lanes<U> b) {
+  if constexpr (sizeof(U) == 1) return mul_low_bytes(a, b);
+  else return a * b;
+}
 // The high half of the double-width product, lane by lane (the compilers
 // recognise the loop as a multiply-high).
-template <class T> inline Lanes<T> mul_high(Lanes<T> a, Lanes<T> b) {
-  using U = UnsignedOf<T>;
-  Lanes<U> ua = as_lanes<U>(a), ub = as_lanes<U>(b), r;
-  for (int i = 0; i < int(16 / sizeof(T)); ++i) r[i] = U((Double<T>(ua[i]) * ub[i]) >> kBits<T>);
-  return as_lanes<T>(r);
+template <class U> inline Lanes<U> mul_high(Lanes<U> a, Lanes<U> b) {
+  if constexpr (sizeof(U) == 1) {
+    return mul_high_bytes(a, b);
+  } else {
+    Lanes<U> r;
+    for (int i = 0; i < int(16 / sizeof(U)); ++i) r[i] = U((Double<U>(a[i]) * b[i]) >> kBits<U>);
+    return r;
+  }
+}
+// 64-bit lanes (no 64-bit multiply on x86-64-v2) one at a time, as scalar
+// shifts (measured cheaper than two whole-vector shifts and a blend).
+template <class T, class Shift> inline Lanes<T> each_lane64(Lanes<T> x, Lanes<T> n, Shift shift) {
+  for (int i = 0; i < 2; ++i) x[i] = shift(x[i], uint64_t(n[i]));
+  return x;
 }
 template <class T> inline Lanes<T> shl_by_lanes(Lanes<T> x, Lanes<T> n) {
   using U = UnsignedOf<T>;
-  return as_lanes<T>(as_lanes<U>(x) * pow2_lanes<T>(clamp_amounts<T>(n)));
+  if constexpr (sizeof(T) == 8)
+    return each_lane64<T>(x, n, [](T v, uint64_t k) { return k < 64 ? T(U(v) << k) : T(0); });
+  else return as_lanes<T>(mul_low<U>(as_lanes<U>(x), pow2_lanes<T>(clamp_amounts<T>(n))));
 }
 // x >> k is the high half of x * 2^(width - k); k = 0 keeps x.
 template <class T> inline Lanes<T> lsr_by_lanes(Lanes<T> x, Lanes<T> n) {
   using U = UnsignedOf<T>;
-  Lanes<U> k = clamp_amounts<T>(n);
-  Lanes<U> r = mul_high<U>(as_lanes<U>(x), pow2_lanes<T>(U(kBits<T>) - k));
-  return as_lanes<T>(k == U(0) ? as_lanes<U>(x) : r);
+  if constexpr (sizeof(T) == 8) {
+    return each_lane64<T>(x, n, [](T v, uint64_t k) { return k < 64 ? T(U(v) >> k) : T(0); });
+  } else {
+    Lanes<U> k = clamp_amounts<T>(n);
+    Lanes<U> r = mul_high<U>(as_lanes<U>(x), pow2_lanes<T>(U(kBits<T>) - k));
+    return as_lanes<T>(k == U(0) ? as_lanes<U>(x) : r);
+  }
 }
-// The arithmetic shift of a negative x is the complement of the logical shift of ~x.
+// The arithmetic shift of a negative x is the complement of the logical shift
+// of ~x.
 template <class T> inline Lanes<T> asr_by_lanes(Lanes<T> x, Lanes<T> n) {
   using S = std::make_signed_t<T>;
+  if constexpr (sizeof(T) == 8)
+    return each_lane64<T>(x, n, [](T v, uint64_t k) { return T(S(v) >> (k < 63 ? int(k) : 63)); });
   Lanes<T> sign = as_lanes<T>(as_lanes<S>(x) < S(0));
   return lsr_by_lanes<T>(x ^ sign, n) ^ sign;
 }
