@@ -58,10 +58,12 @@ template <class T> inline Lanes<T> lsr_lanes(Lanes<T> x, unsigned k) {
   if constexpr (sizeof(T) == 1) return as_lanes<T>(as_lanes<uint16_t>(x) >> k) & splat<T>(T(0xFFu >> k));
   else return as_lanes<T>(as_lanes<UnsignedOf<T>>(x) >> k);
 }
-// Bytes: the logical shift, then the shifted sign bit extended by xor and subtract.
+// Bytes and 64-bit lanes (no x86 arithmetic shift of those): the logical
+// shift, then the shifted sign bit extended by xor and subtract.
 template <class T> inline Lanes<T> asr_lanes(Lanes<T> x, unsigned k) {
-  if constexpr (sizeof(T) == 1) {
-    Lanes<T> sign = splat<T>(T(0x80u >> k));
+  if constexpr (sizeof(T) == 1 || sizeof(T) == 8) {
+    using U = UnsignedOf<T>;
+    Lanes<T> sign = splat<T>(T(U(U(1) << (kBits<T> - 1)) >> k));
     return (lsr_lanes<T>(x, k) ^ sign) - sign;
   } else {
     return as_lanes<T>(as_lanes<std::make_signed_t<T>>(x) >> k);
@@ -121,22 +123,23 @@ template <class U> inline Lanes<U> mul_high(Lanes<U> a, Lanes<U> b) {
   }
 }
 // 64-bit lanes (no 64-bit multiply on x86-64-v2) one at a time, as scalar
-// shifts (measured cheaper than two whole-vector shifts and a blend).
-template <class T, class Shift> inline Lanes<T> each_lane64(Lanes<T> x, Lanes<T> n, Shift shift) {
-  for (int i = 0; i < 2; ++i) x[i] = shift(x[i], uint64_t(n[i]));
+// shifts (measured cheaper than two whole-vector shifts and a blend; 32-bit
+// lanes this way cost more than the multiply).
+template <class T, class Shift> inline Lanes<T> each_lane(Lanes<T> x, Lanes<T> n, Shift shift) {
+  for (int i = 0; i < int(16 / sizeof(T)); ++i) x[i] = shift(x[i], uint64_t(UnsignedOf<T>(n[i])));
   return x;
 }
 template <class T> inline Lanes<T> shl_by_lanes(Lanes<T> x, Lanes<T> n) {
   using U = UnsignedOf<T>;
   if constexpr (sizeof(T) == 8)
-    return each_lane64<T>(x, n, [](T v, uint64_t k) { return k < 64 ? T(U(v) << k) : T(0); });
+    return each_lane<T>(x, n, [](T v, uint64_t k) { return k < 64 ? T(U(v) << k) : T(0); });
   else return as_lanes<T>(mul_low<U>(as_lanes<U>(x), pow2_lanes<T>(clamp_amounts<T>(n))));
 }
 // x >> k is the high half of x * 2^(width - k); k = 0 keeps x.
 template <class T> inline Lanes<T> lsr_by_lanes(Lanes<T> x, Lanes<T> n) {
   using U = UnsignedOf<T>;
   if constexpr (sizeof(T) == 8) {
-    return each_lane64<T>(x, n, [](T v, uint64_t k) { return k < 64 ? T(U(v) >> k) : T(0); });
+    return each_lane<T>(x, n, [](T v, uint64_t k) { return k < 64 ? T(U(v) >> k) : T(0); });
   } else {
     Lanes<U> k = clamp_amounts<T>(n);
     Lanes<U> r = mul_high<U>(as_lanes<U>(x), pow2_lanes<T>(U(kBits<T>) - k));
@@ -148,7 +151,7 @@ template <class T> inline Lanes<T> lsr_by_lanes(Lanes<T> x, Lanes<T> n) {
 template <class T> inline Lanes<T> asr_by_lanes(Lanes<T> x, Lanes<T> n) {
   using S = std::make_signed_t<T>;
   if constexpr (sizeof(T) == 8)
-    return each_lane64<T>(x, n, [](T v, uint64_t k) { return T(S(v) >> (k < 63 ? int(k) : 63)); });
+    return each_lane<T>(x, n, [](T v, uint64_t k) { return T(S(v) >> (k < 63 ? int(k) : 63)); });
   Lanes<T> sign = as_lanes<T>(as_lanes<S>(x) < S(0));
   return lsr_by_lanes<T>(x ^ sign, n) ^ sign;
 }
