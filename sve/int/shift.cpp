@@ -30,15 +30,16 @@ struct Asr {
   }
   template <class T> static Lanes<T> by_lanes(Lanes<T> x, Lanes<T> n) { return asr_by_lanes<T>(x, n); }
 };
-// Rounds toward zero: the floor of the arithmetic shift, plus one for a
-// negative element that had nonzero bits shifted out.
+// Rounds toward zero: a negative element is first raised by 2^n - 1 (which
+// cannot overflow for n below the width); by the width every result is 0.
 struct Asrd {
   template <class T> static Lanes<T> lanes(Lanes<T> x, uint64_t n) {
     using U = UnsignedOf<T>;
     using S = std::make_signed_t<T>;
-    U low = n >= uint64_t(kBits<T>) ? U(~U(0)) : U((U(1) << n) - 1u);
-    auto round_up = (as_lanes<S>(x) < S(0)) & ((as_lanes<U>(x) & splat<U>(low)) != U(0));
-    return Asr::lanes<T>(x, n) - as_lanes<T>(round_up);
+    bool whole = n >= uint64_t(kBits<T>);
+    U low = whole ? U(0) : U((U(1) << n) - 1u);
+    Lanes<T> bias = as_lanes<T>(as_lanes<S>(x) < S(0)) & splat<T>(T(low));
+    return Asr::lanes<T>(x + bias, n) & splat<T>(T(whole ? 0 : ~0ull));
   }
 };
 template <class Op> struct ByAmount {
