@@ -46,9 +46,11 @@ template <class Op> struct ByAmount {
   uint64_t n;
   template <class T> Lanes<T> lanes(Lanes<T> x) const { return Op::template lanes<T>(x, n); }
 };
+
 // ---- fixed-length executors: sixteen bytes at a time as vectors ----
 // Zdn = Pg ? op(Zdn, Zm) : Zdn with per-element amounts.
-template <class T, class Op> [[gnu::always_inline]] inline aarch64_decode_rc lanes_zpz(cpu_state* s, unsigned zdn, unsigned pg, unsigned zm) {
+template <class T, class Op>
+[[gnu::always_inline]] inline aarch64_decode_rc lanes_zpz(cpu_state* s, unsigned zdn, unsigned pg, unsigned zm) {
   fixed_in_place<2>(s->z[zdn], {s->z[zdn], s->z[zm]}, [&](uint8_t* out, auto& in, int off) {
     Lanes<T> x = load_lanes<T>(in[0]);
     Lanes<T> r = Op::template by_lanes<T>(x, load_lanes<T>(in[1]));
@@ -57,14 +59,16 @@ template <class T, class Op> [[gnu::always_inline]] inline aarch64_decode_rc lan
   return DECODE_OK;
 }
 // Zdn = Pg ? op(Zdn) : Zdn and Zd = op(Zn) with one amount for every element.
-template <class T, class F> [[gnu::always_inline]] inline aarch64_decode_rc lanes_zpi(cpu_state* s, unsigned zdn, unsigned pg, F f) {
+template <class T, class F>
+[[gnu::always_inline]] inline aarch64_decode_rc lanes_zpi(cpu_state* s, unsigned zdn, unsigned pg, F f) {
   fixed_in_place<1>(s->z[zdn], {s->z[zdn]}, [&](uint8_t* out, auto& in, int off) {
     Lanes<T> x = load_lanes<T>(in[0]);
     store_lanes<T>(out, select_active<T>(s->p[pg] + off, f.template lanes<T>(x), x));
   });
   return DECODE_OK;
 }
-template <class T, class F> [[gnu::always_inline]] inline aarch64_decode_rc lanes_zzi(cpu_state* s, unsigned zd, unsigned zn, F f) {
+template <class T, class F>
+[[gnu::always_inline]] inline aarch64_decode_rc lanes_zzi(cpu_state* s, unsigned zd, unsigned zn, F f) {
   fixed_in_place<1>(s->z[zd], {s->z[zn]}, [&](uint8_t* out, auto& in, int) {
     store_lanes<T>(out, f.template lanes<T>(load_lanes<T>(in[0])));
   });
@@ -75,7 +79,9 @@ template <class T, class F> [[gnu::always_inline]] inline aarch64_decode_rc lane
 // The governing lanes of a chunk applied to vectors: all true, or the
 // expanded map.
 template <class T> inline Lanes<T> pick(AllTrue, Lanes<T> yes, Lanes<T>) { return yes; }
-template <class T> inline Lanes<T> pick(LanePred p, Lanes<T> yes, Lanes<T> no) { return select_active<T>(p.lanes, yes, no); }
+template <class T> inline Lanes<T> pick(LanePred p, Lanes<T> yes, Lanes<T> no) {
+  return select_active<T>(p.lanes, yes, no);
+}
 // d = Pg ? f(a, b) : a sixteen bytes at a time as vectors; the 8-byte tail of
 // a length that is not a multiple of 16 goes through 16-byte copies.
 template <class T, class F>
@@ -110,14 +116,17 @@ template <class T> inline Lanes<T> narrow_amounts(Lanes<T> wide) {
 // Predicated (pg) or not (null).
 template <class T, class Op>
 void wide_routine(uint8_t* d, const uint8_t* a, const PredV* pg, const uint8_t* b, CpuContext* c) {
-  agnostic_lanes<T>(d, a, pg, b, c, [](Lanes<T> x, Lanes<T> w) { return Op::template by_lanes<T>(x, narrow_amounts<T>(w)); });
+  agnostic_lanes<T>(d, a, pg, b, c,
+                    [](Lanes<T> x, Lanes<T> w) { return Op::template by_lanes<T>(x, narrow_amounts<T>(w)); });
 }
 template <class T, class Op>
 void wide_zzz_routine(uint8_t* d, const uint8_t* a, const PredV*, const uint8_t* b, CpuContext* c) {
   wide_routine<T, Op>(d, a, nullptr, b, c);
 }
 // One amount for every element, predicated (pg) or not (null).
-template <class T, class Op> void imm_routine(uint8_t* d, const uint8_t* a, const PredV* pg, uint64_t n, CpuContext* c) {
+// (The second source of the driver is a again, unused.)
+template <class T, class Op>
+void imm_routine(uint8_t* d, const uint8_t* a, const PredV* pg, uint64_t n, CpuContext* c) {
   agnostic_lanes<T>(d, a, pg, a, c, [f = ByAmount<Op>{n}](Lanes<T> x, Lanes<T>) { return f.template lanes<T>(x); });
 }
 template <class T, class Op> void zzi_routine(uint8_t* d, const uint8_t* a, const PredV*, uint64_t n, CpuContext* c) {

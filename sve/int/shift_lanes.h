@@ -71,7 +71,8 @@ template <class T> inline Lanes<T> asr_lanes(Lanes<T> x, unsigned k) {
 }
 
 // ---- per-lane amounts ----
-template <class T> using Double = std::conditional_t<sizeof(T) == 1, uint16_t, std::conditional_t<sizeof(T) == 2, uint32_t, uint64_t>>;
+template <class T>
+using Double = std::conditional_t<sizeof(T) == 1, uint16_t, std::conditional_t<sizeof(T) == 2, uint32_t, uint64_t>>;
 
 // min(n, width) in each lane, n unsigned.
 template <class T> inline Lanes<UnsignedOf<T>> clamp_amounts(Lanes<T> n) {

@@ -17,8 +17,12 @@ extern "C" void VecS8ShrDVIM(uint8_t*, const uint8_t*, const PredV*, uint64_t, C
 namespace {
 using namespace sve;
 
-template <class T> uint64_t lsl_ref(T x, uint64_t n) { return n >= uint64_t(kBits<T>) ? 0 : uint64_t(UnsignedOf<T>(UnsignedOf<T>(x) << n)); }
-template <class T> uint64_t lsr_ref(T x, uint64_t n) { return n >= uint64_t(kBits<T>) ? 0 : uint64_t(UnsignedOf<T>(x) >> n); }
+template <class T> uint64_t lsl_ref(T x, uint64_t n) {
+  return n >= uint64_t(kBits<T>) ? 0 : uint64_t(UnsignedOf<T>(UnsignedOf<T>(x) << n));
+}
+template <class T> uint64_t lsr_ref(T x, uint64_t n) {
+  return n >= uint64_t(kBits<T>) ? 0 : uint64_t(UnsignedOf<T>(x) >> n);
+}
 template <class T> uint64_t asr_ref(T x, uint64_t n) {
   using S = std::make_signed_t<T>;
   return uint64_t(UnsignedOf<T>(S(S(x) >> (n >= uint64_t(kBits<T>) ? kBits<T> - 1 : int(n)))));
