@@ -1,0 +1,149 @@
+// Shifts of sixteen bytes of elements at once, as GCC vectors: both hosts
+// vectorise these directly, where the element-by-element forms left
+// variable-amount and narrow-element shifts to long scalar or widened code.
+// Neither host has a per-lane variable shift in the x86-64-v2 set, so shifts
+// by per-lane amounts multiply by a power of two: its low half shifts left,
+// its high half shifts right.
+#pragma once
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+#include "sve/int/wrap.h"
+
+namespace sve {
+
+template <class T> struct LanesOf {
+  typedef T type __attribute__((vector_size(16)));
+};
+template <class T> using Lanes = typename LanesOf<T>::type;
+
+template <class T> inline Lanes<T> load_lanes(const uint8_t* p) {
+  Lanes<T> v;
+  std::memcpy(&v, p, 16);
+  return v;
+}
+template <class T> inline void store_lanes(uint8_t* p, Lanes<T> v) { std::memcpy(p, &v, 16); }
+// The same sixteen bytes seen as lanes of T.
+template <class T, class V> inline Lanes<T> as_lanes(V v) { return (Lanes<T>)v; }
+
+// v in every lane (a scalar operand narrower than int would be promoted).
+template <class T> inline Lanes<T> splat(T v) {
+  Lanes<T> r;
+  for (int i = 0; i < int(16 / sizeof(T)); ++i) r[i] = v;
+  return r;
+}
+// Lane by lane: yes where the predicate lane (bit 0 of the element's first
+// byte of the unpacked predicate) is set, no elsewhere.
+template <class T> inline Lanes<T> select_active(const uint8_t* lanes, Lanes<T> yes, Lanes<T> no) {
+  using U = UnsignedOf<T>;
+  if constexpr (sizeof(T) == 1) return load_lanes<U>(lanes) ? yes : no;  // byte lanes hold 0 or 1
+  else return (load_lanes<U>(lanes) & U(1)) ? yes : no;
+}
+// min(a, b) lane by lane, as a loop: the compilers make it one unsigned
+// minimum, where the vector ?: form became a compare and a blend.
+template <class U> inline Lanes<U> min_lanes(Lanes<U> a, U b) {
+  for (int i = 0; i < int(16 / sizeof(U)); ++i) a[i] = a[i] < b ? a[i] : b;
+  return a;
+}
+
+// ---- one amount for every lane, k < width (bytes: k <= 8) ----
+// Bytes shift as 16-bit lanes with the bits that crossed into the other byte
+// masked off (no byte shifts on x86).
+template <class T> inline Lanes<T> shl_lanes(Lanes<T> x, unsigned k) {
+  if constexpr (sizeof(T) == 1) return as_lanes<T>(as_lanes<uint16_t>(x) << k) & splat<T>(T(0xFFu << k));
+  else return as_lanes<T>(as_lanes<UnsignedOf<T>>(x) << k);
+}
+template <class T> inline Lanes<T> lsr_lanes(Lanes<T> x, unsigned k) {
+  if constexpr (sizeof(T) == 1) return as_lanes<T>(as_lanes<uint16_t>(x) >> k) & splat<T>(T(0xFFu >> k));
+  else return as_lanes<T>(as_lanes<UnsignedOf<T>>(x) >> k);
+}
+// Bytes: the logical shift, then the shifted sign bit extended by xor and subtract.
+template <class T> inline Lanes<T> asr_lanes(Lanes<T> x, unsigned k) {
+  if constexpr (sizeof(T) == 1) {
+    Lanes<T> sign = splat<T>(T(0x80u >> k));
+    return (lsr_lanes<T>(x, k) ^ sign) - sign;
+  } else {
+    return as_lanes<T>(as_lanes<std::make_signed_t<T>>(x) >> k);
+  }
+}
+
+// ---- per-lane amounts ----
+template <class T>
+using Double = std::conditional_t<sizeof(T) == 1, uint16_t, std::conditional_t<sizeof(T) == 2, uint32_t, uint64_t>>;
+
+// min(n, width) in each lane, n unsigned.
+template <class T> inline Lanes<UnsignedOf<T>> clamp_amounts(Lanes<T> n) {
+  using U = UnsignedOf<T>;
+  return min_lanes<U>(as_lanes<U>(n), U(kBits<T>));
+}
+// 2^e in each lane for e <= width (2^width gives 0). Byte j of a lane is
+// 2^(e - 8j) when that is in 0..7, else 0: a 16-entry byte table looked up
+// with e - 8j clamped to the first zero entry.
+template <class T> inline Lanes<UnsignedOf<T>> pow2_lanes(Lanes<UnsignedOf<T>> e) {
+  using B = Lanes<uint8_t>;
+  constexpr int n = int(sizeof(T));
+  B idx = as_lanes<uint8_t>(e);
+  if constexpr (n > 1) {
+    B spread, offset;
+    for (int i = 0; i < 16; ++i) spread[i] = uint8_t(i & -n), offset[i] = uint8_t(8 * (i % n));
+    idx = __builtin_shuffle(idx, spread) - offset;
+  }
+  idx = min_lanes<uint8_t>(idx, 8);
+  const B table = {1, 2, 4, 8, 16, 32, 64, 128, 0, 0, 0, 0, 0, 0, 0, 0};
+  return as_lanes<UnsignedOf<T>>(__builtin_shuffle(table, idx));
+}
+// Low bytes of the products of byte lanes, as 16-bit products of the even
+// bytes and of the odd bytes (x86 has no byte multiply).
+inline Lanes<uint8_t> mul_low_bytes(Lanes<uint8_t> a, Lanes<uint8_t> b) {
+  Lanes<uint16_t> x = as_lanes<uint16_t>(a), y = as_lanes<uint16_t>(b), lo = splat<uint16_t>(0xFF);
+  Lanes<uint16_t> even = (x * (y & lo)) & lo, odd = (x & ~lo) * (y >> 8);
+  return as_lanes<uint8_t>(even | odd);
+}
+template <class U> inline Lanes<U> mul_low(Lanes<U> a, Lanes<U> b) {
+  if constexpr (sizeof(U) == 1) return mul_low_bytes(a, b);
+  else return a * b;
+}
+// The high half of the double-width product, lane by lane (the compilers
+// recognise the loop as a multiply-high; for bytes a hand-made 16-bit form
+// was cheaper on x86 but doubled the AArch64 code).
+template <class U> inline Lanes<U> mul_high(Lanes<U> a, Lanes<U> b) {
+  Lanes<U> r;
+  for (int i = 0; i < int(16 / sizeof(U)); ++i) r[i] = U((Double<U>(a[i]) * b[i]) >> kBits<U>);
+  return r;
+}
+// 64-bit lanes (no 64-bit multiply on x86-64-v2) one at a time, as scalar
+// shifts (measured cheaper than two whole-vector shifts and a blend; 32-bit
+// lanes this way cost more than the multiply).
+template <class T, class Shift> inline Lanes<T> each_lane(Lanes<T> x, Lanes<T> n, Shift shift) {
+  for (int i = 0; i < int(16 / sizeof(T)); ++i) x[i] = shift(x[i], uint64_t(UnsignedOf<T>(n[i])));
+  return x;
+}
+template <class T> inline Lanes<T> shl_by_lanes(Lanes<T> x, Lanes<T> n) {
+  using U = UnsignedOf<T>;
+  if constexpr (sizeof(T) == 8)
+    return each_lane<T>(x, n, [](T v, uint64_t k) { return k < 64 ? T(U(v) << k) : T(0); });
+  else return as_lanes<T>(mul_low<U>(as_lanes<U>(x), pow2_lanes<T>(clamp_amounts<T>(n))));
+}
+// x >> k is the high half of x * 2^(width - k); k = 0 keeps x.
+template <class T> inline Lanes<T> lsr_by_lanes(Lanes<T> x, Lanes<T> n) {
+  using U = UnsignedOf<T>;
+  if constexpr (sizeof(T) == 8) {
+    return each_lane<T>(x, n, [](T v, uint64_t k) { return k < 64 ? T(U(v) >> k) : T(0); });
+  } else {
+    Lanes<U> k = clamp_amounts<T>(n);
+    Lanes<U> r = mul_high<U>(as_lanes<U>(x), pow2_lanes<T>(U(kBits<T>) - k));
+    return as_lanes<T>(k == U(0) ? as_lanes<U>(x) : r);
+  }
+}
+// The arithmetic shift of a negative x is the complement of the logical shift
+// of ~x.
+template <class T> inline Lanes<T> asr_by_lanes(Lanes<T> x, Lanes<T> n) {
+  using S = std::make_signed_t<T>;
+  if constexpr (sizeof(T) == 8)
+    return each_lane<T>(x, n, [](T v, uint64_t k) { return T(S(v) >> (k < 63 ? int(k) : 63)); });
+  Lanes<T> sign = as_lanes<T>(as_lanes<S>(x) < S(0));
+  return lsr_by_lanes<T>(x ^ sign, n) ^ sign;
+}
+
+}  // namespace sve
