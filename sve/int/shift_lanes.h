@@ -1,9 +1,10 @@
 // Shifts of sixteen bytes of elements at once, as GCC vectors: both hosts
 // vectorise these directly, where the element-by-element forms left
 // variable-amount and narrow-element shifts to long scalar or widened code.
-// Neither host has a per-lane variable shift in the x86-64-v2 set, so shifts
-// by per-lane amounts multiply by a power of two: its low half shifts left,
-// its high half shifts right.
+// x86-64-v2 has no per-lane variable shift, so shifts by per-lane amounts
+// multiply by a power of two: its low half shifts left, its high half shifts
+// right (AArch64 has such shifts, but the multiply form is no larger there
+// than the element-step form it replaced).
 #pragma once
 #include <cstdint>
 #include <cstring>
