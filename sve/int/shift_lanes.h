@@ -59,11 +59,13 @@ template <class T> inline Lanes<T> lsr_lanes(Lanes<T> x, unsigned k) {
   if constexpr (sizeof(T) == 1) return as_lanes<T>(as_lanes<uint16_t>(x) >> k) & splat<T>(T(0xFFu >> k));
   else return as_lanes<T>(as_lanes<UnsignedOf<T>>(x) >> k);
 }
-// Bytes: the logical shift, then the shifted sign bit extended by xor and subtract.
+// Bytes: the logical shift, then the shifted sign bit extended by xor and
+// subtract (in unsigned lanes, where the subtraction wraps).
 template <class T> inline Lanes<T> asr_lanes(Lanes<T> x, unsigned k) {
   if constexpr (sizeof(T) == 1) {
-    Lanes<T> sign = splat<T>(T(0x80u >> k));
-    return (lsr_lanes<T>(x, k) ^ sign) - sign;
+    using U = UnsignedOf<T>;
+    Lanes<U> sign = splat<U>(U(0x80u >> k));
+    return as_lanes<T>((as_lanes<U>(lsr_lanes<T>(x, k)) ^ sign) - sign);
   } else {
     return as_lanes<T>(as_lanes<std::make_signed_t<T>>(x) >> k);
   }
