@@ -55,16 +55,10 @@ struct LanePred {
     if constexpr (sizeof(T) == 1) return lanes[i] == 0 ? U(0) : U(~U(0));
     else return (elem<U>(lanes, i) & 1u) == 0 ? U(0) : U(~U(0));
   }
-  // Byte elements 4k to 4k+3 as the four bytes of one 32-bit mask.
-  uint32_t quad_mask(int k) const {
-    uint32_t x = elem<uint32_t>(lanes, k);
-    return (x << 8) - x;
-  }
 };
 struct AllTrue {
   bool active(int) const { return true; }
   template <class T> std::make_unsigned_t<T> mask(int) const { return std::make_unsigned_t<T>(~0ull); }
-  uint32_t quad_mask(int) const { return ~0u; }
 };
 
 // yes where the mask is set, no elsewhere.
@@ -92,23 +86,9 @@ inline void map2(uint8_t* __restrict d, const uint8_t* a, const uint8_t* b, int 
     else set_elem<T>(d, i, merge<T>(pg.template mask<T>(i), f(x, elem<T>(b, i)), x));
   }
 }
-// An operation on byte elements that also works on four of them at once in a
-// 32-bit word (f.quads(w)): hosts without byte-lane shifts then shift 32-bit lanes.
-template <class F>
-concept QuadOp = requires(const F f, uint32_t w) {
-  { f.quads(w) } -> std::same_as<uint32_t>;
-};
-// Words k < quads of four byte elements: d = f.quads(a) where active, m elsewhere.
-template <class Pred, class F>
-inline void map_quads(uint8_t* __restrict d, const uint8_t* a, const uint8_t* m, int quads, Pred pg, F f) {
-#pragma GCC unroll 16
-  for (int k = 0; k < quads; ++k)
-    set_elem<uint32_t>(d, k, merge<uint32_t>(pg.quad_mask(k), f.quads(elem<uint32_t>(a, k)), elem<uint32_t>(m, k)));
-}
 // d[i] = f(a[i]) for active elements; inactive keep a[i].
 template <class T, class Pred, class F>
 inline void map_imm(uint8_t* __restrict d, const uint8_t* a, int n, Pred pg, F f) {
-  if constexpr (sizeof(T) == 1 && QuadOp<F>) return map_quads(d, a, a, n / 4, pg, f);
 #pragma GCC unroll 16
   for (int i = 0; i < n; ++i) {
     T x = elem<T>(a, i);
@@ -117,13 +97,12 @@ inline void map_imm(uint8_t* __restrict d, const uint8_t* a, int n, Pred pg, F f
 }
 // An operation that also transforms sixteen bytes of T elements at once
 // (f.chunk<T>(out, in)), where its element form has no vector instruction
-// but a byte shuffle does the work (bit reversal by nibble tables).
+// but a byte shuffle does the work (bit reversal and bit counts by nibble tables).
 template <class F, class T>
 concept ChunkOp = requires(const F f, uint8_t* out, const uint8_t* in) { f.template chunk<T>(out, in); };
 // d[i] = f(a[i]) for active elements; inactive take m[i] (the destination).
 template <class T, class Pred, class F>
 inline void map1(uint8_t* __restrict d, const uint8_t* a, const uint8_t* m, int n, Pred pg, F f) {
-  if constexpr (sizeof(T) == 1 && QuadOp<F>) return map_quads(d, a, m, n / 4, pg, f);
   int i = 0;
   if constexpr (ChunkOp<F, T>) {
     constexpr int kPer = 16 / int(sizeof(T));

@@ -6,7 +6,6 @@
 
 #include "sve/decode/routes.h"
 #include "sve/int/flags.h"
-#include "sve/int/pred_drivers.h"
 #include "sve/int/wrap.h"
 
 namespace sve {
@@ -91,19 +90,17 @@ inline uint64_t compare_chunk(uint8_t* out, const uint8_t* a, const uint8_t* g, 
 }
 
 // ---- fixed-length route ----
-// Chunk by chunk into Pd's lanes, without maps: the flags come from the
-// result's lanes at the first and last active elements of Pg, found before
-// Pd (which may be Pg) is written (the scans usually stop in their first
-// word), and from whether any result lane is set (none: N = 0, Z = C = 1).
+// Chunk by chunk into Pd's lanes, without maps; the flags are the predicate
+// test of the result, with Pg's active ends found before Pd (which may be Pg)
+// is written and whether any result lane is set gathered on the way.
 template <class T, class Second, class Rel>
 aarch64_decode_rc fixed_compare(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_z_reg zn, Second second,
                                 Rel rel) {
   static_assert(SVE_VL_BYTES % 16 == 0);
   typedef uint8_t V __attribute__((vector_size(16)));
-  constexpr int E = int(sizeof(T));
   const uint8_t *a = s->z[zn.num], *g = s->p[pg.num];
   uint8_t* d = s->p[pd.num];
-  const int first = first_lane_of<E>(g, 0), last = last_lane_of<E>(g);
+  const ActiveEnds ends = active_ends<int(sizeof(T))>(g);
   V any = {};
 #pragma GCC unroll 8
   for (int k = 0; k < SVE_VL_BYTES / 16; ++k) {
@@ -114,8 +111,7 @@ aarch64_decode_rc fixed_compare(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg
   }
   uint64_t half[2];
   std::memcpy(half, &any, 16);
-  const bool set = (half[0] | half[1]) != 0;
-  s->nzcv = with_nzcv(s->nzcv, set ? NzcFlags{bool(d[first] & 1), false, !(d[last] & 1)} : NzcFlags{false, true, true});
+  s->nzcv = with_nzcv(s->nzcv, ptest_lanes(ends, d, (half[0] | half[1]) != 0));
   return DECODE_OK;
 }
 

@@ -7,6 +7,7 @@
 //   V = 0
 #pragma once
 #include <cstdint>
+#include <cstring>
 
 #include "sve/state/context.h"
 #include "sve/state/cpu_state.h"
@@ -33,33 +34,65 @@ inline uint64_t element_starts(int step) {
   return step == 1 ? kElementStarts<1> : step == 2 ? kElementStarts<2> : step == 4 ? kElementStarts<4> : kElementStarts<8>;
 }
 
-// Fixed-length predicate test at the element width sizeof(T) on packed map
-// words (bit k = lane byte k; two words at this length): an element is
-// governed and tested by the bit of its lowest lane byte, so the maps are
-// kept only at element starts and the first and last active elements are
-// isolated bits. Branch-free.
-inline uint64_t lowest_bit(uint64_t x) { return x & (0 - x); }
-inline uint64_t highest_bit(uint64_t x) { return x ? uint64_t(1) << (63 - __builtin_clzll(x)) : 0; }
-template <class T>
-inline void sve_ptest_words(cpu_state* s, uint64_t g0, uint64_t g1, uint64_t t0, uint64_t t1) {
-  static_assert(SVE_VL_BYTES <= 128, "two map words");
-  constexpr uint64_t starts = kElementStarts<int(sizeof(T))>;
-  g0 &= starts, g1 &= starts;
-  const uint64_t first0 = lowest_bit(g0), first1 = g0 ? 0 : lowest_bit(g1);
-  const uint64_t last1 = highest_bit(g1), last0 = g1 ? 0 : highest_bit(g0);
-  NzcFlags f{((t0 & first0) | (t1 & first1)) != 0, ((g0 & t0) | (g1 & t1)) == 0,
-             ((t0 & last0) | (t1 & last1)) == 0};
-  s->nzcv = with_nzcv(s->nzcv, f);
+// ---- the fixed-length test over unpacked lanes (one byte, 0 or 1, per
+// vector byte); an element is governed and tested by its lowest lane ----
+
+// Element starts of E-byte elements among the eight lanes of a 64-bit word.
+constexpr uint64_t lane_starts(int ebytes) {
+  return ebytes == 1 ? 0x0101010101010101ull : ebytes == 2 ? 0x0001000100010001ull
+                                                : ebytes == 4 ? 0x0000000100000001ull : 1ull;
 }
-template <class T>
-inline void sve_ptest_maps(cpu_state* s, const PredV& g, const PredV& t) {
-  sve_ptest_words<T>(s, g.w[0], g.w[1], t.w[0], t.w[1]);
+inline uint64_t lane_word(const uint8_t* lanes, int j) {
+  uint64_t x;
+  std::memcpy(&x, lanes + j, 8);
+  return x;
 }
-// The same over unpacked lanes (one byte, 0 or 1, per vector byte).
+// The highest set lane at the start of an E-byte element, -1 when none:
+// eight lanes a 64-bit word from the top, so a lane near the top is found at
+// once (each step is a test of a word against the starts and a branch).
+template <int E> inline int last_lane_of(const uint8_t* lanes) {
+#pragma GCC unroll 16
+  for (int j = SVE_VL_BYTES - 8; j >= 0; j -= 8)
+    if (uint64_t x = lane_word(lanes, j) & lane_starts(E)) return j + (63 - __builtin_clzll(x)) / 8;
+  return -1;
+}
+// The lowest set lane at an element start from lane `from` on,
+// SVE_VL_BYTES when none: the word holding `from`, then word by word.
+template <int E> inline int first_lane_of(const uint8_t* lanes, int from) {
+  int j = from & ~7;
+  if (j >= SVE_VL_BYTES) return SVE_VL_BYTES;
+  uint64_t x = lane_word(lanes, j) & lane_starts(E) & (~uint64_t(0) << 8 * (from & 7));
+  while (!x && (j += 8) < SVE_VL_BYTES) x = lane_word(lanes, j) & lane_starts(E);
+  return x ? j + __builtin_ctzll(x) / 8 : SVE_VL_BYTES;
+}
+// The first and last active elements of governing lanes: found before a
+// result that may overwrite them (Pd = Pg) is written.
+struct ActiveEnds {
+  int first, last;
+};
+template <int E> inline ActiveEnds active_ends(const uint8_t* g) { return {first_lane_of<E>(g, 0), last_lane_of<E>(g)}; }
+// The test of lanes t under governing lanes with ends g, given whether any
+// active element of t is true (if so, g has active elements).
+inline NzcFlags ptest_lanes(ActiveEnds g, const uint8_t* t, bool any) {
+  return any ? NzcFlags{bool(t[g.first] & 1), false, !(t[g.last] & 1)} : NzcFlags{false, true, true};
+}
+// The test at the element width sizeof(T).
 template <class T>
 inline void sve_ptest(cpu_state* s, const char* governing, const char* tested) {
-  sve_ptest_maps<T>(s, pack_pred(reinterpret_cast<const uint8_t*>(governing)),
-                    pack_pred(reinterpret_cast<const uint8_t*>(tested)));
+  constexpr int E = int(sizeof(T));
+  const auto *g = reinterpret_cast<const uint8_t*>(governing), *t = reinterpret_cast<const uint8_t*>(tested);
+  typedef uint8_t V __attribute__((vector_size(16)));
+  V both = {};
+#pragma GCC unroll 8
+  for (int j = 0; j < SVE_VL_BYTES; j += 16) {
+    V x, y;
+    std::memcpy(&x, g + j, 16);
+    std::memcpy(&y, t + j, 16);
+    both |= x & y;
+  }
+  uint64_t half[2];
+  std::memcpy(half, &both, 16);
+  s->nzcv = with_nzcv(s->nzcv, ptest_lanes(active_ends<E>(g), t, ((half[0] | half[1]) & lane_starts(E)) != 0));
 }
 
 // The same test in closed form for results that are a leading run: the

@@ -17,11 +17,6 @@ namespace sve {
 
 // ---- unpacked lanes ----
 
-// Element starts of E-byte elements among the eight lanes of a 64-bit word.
-constexpr uint64_t lane_starts(int ebytes) {
-  return ebytes == 1 ? 0x0101010101010101ull : ebytes == 2 ? 0x0001000100010001ull
-                                                : ebytes == 4 ? 0x0000000100000001ull : 1ull;
-}
 
 // body(j, g, n, m, d) for each 16-byte run j of the lanes, with the run of each
 // register as two 64-bit words; the result run is stored before the next run
@@ -97,24 +92,6 @@ inline void leading_lanes(uint8_t* pd, int esize, int count) {
 // All lanes false.
 inline void clear_lanes(uint8_t* pd) { zero_bytes16(pd, 0, SVE_VL_BYTES); }
 
-// The highest set lane at the start of an E-byte element, -1 when none:
-// eight lanes a 64-bit word from the top, so a lane near the top is found at
-// once (each step is a test of a word against the starts and a branch).
-template <int E> inline int last_lane_of(const uint8_t* lanes) {
-#pragma GCC unroll 16
-  for (int j = SVE_VL_BYTES - 8; j >= 0; j -= 8)
-    if (uint64_t x = elem<uint64_t>(lanes + j, 0) & lane_starts(E)) return j + (63 - __builtin_clzll(x)) / 8;
-  return -1;
-}
-// The lowest set lane at an element start from lane `from` on,
-// SVE_VL_BYTES when none: the word holding `from`, then word by word.
-template <int E> inline int first_lane_of(const uint8_t* lanes, int from) {
-  int j = from & ~7;
-  if (j >= SVE_VL_BYTES) return SVE_VL_BYTES;
-  uint64_t x = elem<uint64_t>(lanes + j, 0) & lane_starts(E) & (~uint64_t(0) << 8 * (from & 7));
-  while (!x && (j += 8) < SVE_VL_BYTES) x = elem<uint64_t>(lanes + j, 0) & lane_starts(E);
-  return x ? j + __builtin_ctzll(x) / 8 : SVE_VL_BYTES;
-}
 
 // Number of E-byte elements whose first lane is set in both a and b (b = a
 // counts a alone). Lanes are 0 or 1, so the words add up lane by lane without
