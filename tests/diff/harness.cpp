@@ -265,6 +265,19 @@ void aim_memory_operands(Rng& r, const DecodeEntry& e, uint32_t& word, RefRecord
   rec.x[rm] = uint64_t(int64_t(r.below(512)) - 256);
 }
 
+// Table lookups: the index vector mostly holds indices up to a little past
+// the element count, so that every part of the table and the first indices
+// beyond it are read at every element size.
+void aim_table_indices(Rng& r, const DecodeEntry& e, uint32_t word, RefRecord& rec) {
+  if (std::string_view(e.enc->op) != "TblVV" || r.chance(25)) return;
+  int ebytes = 1 << kETypeSize[e.type];
+  unsigned rm = get_field(word, pattern_field(e.enc->pattern, 'm'));
+  for (int i = 0; i < 112; i += ebytes) {
+    uint64_t k = uint64_t(r.below(112 / ebytes + 4));
+    std::memcpy(rec.z[rm] + i, &k, size_t(ebytes));
+  }
+}
+
 // An instruction word: the entry's fixed bits with random operand fields;
 // register-sized fields often share a value so that sources alias destinations.
 uint32_t random_word(Rng& r, const DecodeEntry& e) {
@@ -452,6 +465,7 @@ int main(int argc, char** argv) {
       if (!memory && !filled) std::memcpy(before_mem.data(), g_mem, kMemSize);
       filled = true;
       aim_memory_operands(rng, e, word, before);
+      aim_table_indices(rng, e, word, before);
       if (find_decode_entry(word) != &e) continue;
       if (memory) std::memcpy(before_mem.data(), g_mem, kMemSize);
       if (find_expectation(kDeliberateDeviations, name.c_str(), word)) { ++t.deviation; continue; }
