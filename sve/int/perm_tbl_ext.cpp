@@ -2,6 +2,10 @@
 #include "sve/decode/routes.h"
 #include "sve/int/perm_arrays.h"
 
+#if defined(__aarch64__)
+#include <arm_neon.h>
+#endif
+
 namespace sve {
 namespace {
 // Zd[i] = Zn[Zm[i]] when the index is below the element count, else 0.
@@ -10,27 +14,66 @@ namespace {
 
 using Bytes16 = uint8_t __attribute__((vector_size(16)));
 
+#if defined(__aarch64__)
+// Sixteen byte lookups in the 112-byte table: a four-register lookup answers
+// indices 0-63 (others give 0) and a three-register lookup-extend answers
+// 64-111 from the index less 64 (others keep what they have).
+struct Table112 {
+  uint8x16x4_t lo;
+  uint8x16x3_t hi;
+};
+inline Table112 load_table112(const uint8_t* table) { return {vld1q_u8_x4(table), vld1q_u8_x3(table + 64)}; }
+inline Bytes16 lookup112(const Table112& t, Bytes16 k) {
+  uint8x16_t r = vqtbl4q_u8(t.lo, uint8x16_t(k));
+  return Bytes16(vqtbx3q_u8(r, t.hi, vsubq_u8(uint8x16_t(k), vdupq_n_u8(64))));
+}
+#else
 // Sixteen byte lookups in the 112-byte table t (seven 16-byte pieces): each
 // pair of pieces answers the low five bits of an index (two-source byte
-// shuffles, one instruction or a few on either host), bits 5 and 6 pick the
-// pair, and indices from 112 up give zero.
-inline Bytes16 lookup112(const Bytes16* t, Bytes16 k) {
+// shuffles, a few instructions), bits 5 and 6 pick the pair, and indices from
+// 112 up give zero.
+struct Table112 {
+  Bytes16 t[7];
+};
+inline Table112 load_table112(const uint8_t* table) {
+  Table112 t;
+  std::memcpy(t.t, table, SVE_VL_BYTES);
+  return t;
+}
+inline Bytes16 lookup112(const Table112& tab, Bytes16 k) {
+  const Bytes16* t = tab.t;
   Bytes16 p0 = __builtin_shuffle(t[0], t[1], k), p1 = __builtin_shuffle(t[2], t[3], k);
   Bytes16 p2 = __builtin_shuffle(t[4], t[5], k), p3 = __builtin_shuffle(t[6], k);
   auto b5_clear = (k & 32) == 0, b6_clear = (k & 64) == 0;
   Bytes16 r = b6_clear ? (b5_clear ? p0 : p1) : (b5_clear ? p2 : p3);
   return k < SVE_VL_BYTES ? r : Bytes16{};
 }
-// Byte elements, sixteen at a time.
-inline void tbl_bytes(uint8_t* d, const uint8_t* table, const uint8_t* idx) {
+#endif
+
+// The byte indices of sixteen bytes of T elements: element index k reads
+// bytes E*k to E*k+E-1 of the table; an index from the element count up
+// reads 0xFF (out of range: zero) in every byte.
+template <class T> inline Bytes16 byte_indices(const uint8_t* idx) {
+  typedef T Lanes __attribute__((vector_size(16)));
+  constexpr int E = int(sizeof(T));
+  Lanes k;
+  std::memcpy(&k, idx, 16);
+  const Lanes out = k >= T(kElems<T>);
+  Bytes16 first = Bytes16(k << (E == 2 ? 1 : E == 4 ? 2 : 3)), spread, offset;  // E * k
+  for (int i = 0; i < 16; ++i) spread[i] = uint8_t(i & -E), offset[i] = uint8_t(i % E);
+  return (__builtin_shuffle(first, spread) + offset) | Bytes16(out);
+}
+// Sixteen bytes of results at a time: byte elements look up their indices
+// directly; wider ones look up their bytes' indices.
+template <class T> inline void tbl_by_bytes(uint8_t* d, const uint8_t* table, const uint8_t* idx) {
   static_assert(SVE_VL_BYTES == 112, "seven table pieces");
-  Bytes16 t[7];
-  std::memcpy(t, table, SVE_VL_BYTES);
+  const Table112 t = load_table112(table);
 #pragma GCC unroll 8
   for (int j = 0; j < SVE_VL_BYTES; j += 16) {
-    Bytes16 k, r;
-    std::memcpy(&k, idx + j, 16);
-    r = lookup112(t, k);
+    Bytes16 k;
+    if constexpr (sizeof(T) == 1) std::memcpy(&k, idx + j, 16);
+    else k = byte_indices<T>(idx + j);
+    const Bytes16 r = lookup112(t, k);
     std::memcpy(d + j, &r, 16);
   }
 }
@@ -57,9 +100,16 @@ template <class T> void tbl_wide(uint8_t* d, const uint8_t* table, const uint8_t
     for (int i = 0; i < n; ++i) set_elem<T>(d, i, t[k[i]]);
   }
 }
+// Byte lookups are cheap with AArch64's multi-register TBL, so every element
+// size looks up its bytes there; on x86 a lookup in 112 bytes costs several
+// shuffles, so wider elements load one by one.
 template <class T> void tbl(uint8_t* d, const uint8_t* table, const uint8_t* idx) {
-  if constexpr (sizeof(T) == 1) tbl_bytes(d, table, idx);
+#if defined(__aarch64__)
+  tbl_by_bytes<T>(d, table, idx);
+#else
+  if constexpr (sizeof(T) == 1) tbl_by_bytes<T>(d, table, idx);
   else tbl_wide<T>(d, table, idx);
+#endif
 }
 }  // namespace
 }  // namespace sve
