@@ -40,6 +40,19 @@ TYPED_TEST_SUITE(ShiftLanes, LaneTypes);
 
 constexpr int kLanes(int bytes) { return 16 / bytes; }
 
+// Each lane of the three shifts of x against the element shifts by amount(i).
+template <class T, class Amount>
+void expect_element_shifts(const Lanes<T>& x, Amount amount, const Lanes<T>& l, const Lanes<T>& r, const Lanes<T>& s) {
+  using U = UnsignedOf<T>;
+  for (int i = 0; i < kLanes(sizeof(T)); ++i) {
+    uint64_t k = amount(i);
+    SCOPED_TRACE(::testing::Message() << "x " << +x[i] << " by " << k);
+    EXPECT_EQ(uint64_t(U(l[i])), lsl_ref<T>(x[i], k));
+    EXPECT_EQ(uint64_t(U(r[i])), lsr_ref<T>(x[i], k));
+    EXPECT_EQ(uint64_t(U(s[i])), asr_ref<T>(x[i], k));
+  }
+}
+
 TYPED_TEST(ShiftLanes, ByLaneAmountsMatchElementShifts) {
   using T = TypeParam;
   using U = UnsignedOf<T>;
@@ -52,32 +65,19 @@ TYPED_TEST(ShiftLanes, ByLaneAmountsMatchElementShifts) {
   for (size_t first = 0; first < amounts.size(); first += n) {
     Lanes<T> x, a;
     for (int i = 0; i < n; ++i) x[i] = edge_value<T>(g), a[i] = T(amounts[(first + i) % amounts.size()]);
-    Lanes<T> l = shl_by_lanes<T>(x, a), r = lsr_by_lanes<T>(x, a), s = asr_by_lanes<T>(x, a);
-    for (int i = 0; i < n; ++i) {
-      uint64_t k = U(a[i]);
-      SCOPED_TRACE(::testing::Message() << "x " << +x[i] << " by " << k);
-      EXPECT_EQ(uint64_t(U(l[i])), lsl_ref<T>(x[i], k));
-      EXPECT_EQ(uint64_t(U(r[i])), lsr_ref<T>(x[i], k));
-      EXPECT_EQ(uint64_t(U(s[i])), asr_ref<T>(x[i], k));
-    }
+    expect_element_shifts<T>(x, [&](int i) { return uint64_t(U(a[i])); }, shl_by_lanes<T>(x, a),
+                             lsr_by_lanes<T>(x, a), asr_by_lanes<T>(x, a));
   }
 }
 
 TYPED_TEST(ShiftLanes, UniformAmountsMatchElementShifts) {
   using T = TypeParam;
-  using U = UnsignedOf<T>;
-  constexpr int n = kLanes(sizeof(T));
   std::mt19937_64 g(9);
   for (unsigned k = 0; k < unsigned(kBits<T>); ++k) {
     Lanes<T> x;
-    for (int i = 0; i < n; ++i) x[i] = edge_value<T>(g);
-    Lanes<T> l = shl_lanes<T>(x, k), r = lsr_lanes<T>(x, k), s = asr_lanes<T>(x, k);
-    for (int i = 0; i < n; ++i) {
-      SCOPED_TRACE(::testing::Message() << "x " << +x[i] << " by " << k);
-      EXPECT_EQ(uint64_t(U(l[i])), lsl_ref<T>(x[i], k));
-      EXPECT_EQ(uint64_t(U(r[i])), lsr_ref<T>(x[i], k));
-      EXPECT_EQ(uint64_t(U(s[i])), asr_ref<T>(x[i], k));
-    }
+    for (int i = 0; i < kLanes(sizeof(T)); ++i) x[i] = edge_value<T>(g);
+    expect_element_shifts<T>(x, [&](int) { return uint64_t(k); }, shl_lanes<T>(x, k), lsr_lanes<T>(x, k),
+                             asr_lanes<T>(x, k));
   }
 }
 
