@@ -37,51 +37,48 @@ struct Lanes {
 };
 
 unsigned flags_of(const cpu_state& s) { return unsigned(s.nzcv >> 28); }
+unsigned nzc(NzcFlags f) { return unsigned(f.n) << 3 | unsigned(f.z) << 2 | unsigned(f.c) << 1; }
+PredV packed(const Lanes& l) { return pack_pred(reinterpret_cast<const uint8_t*>(l.b)); }
+
+template <class T> class PredicateTestOf : public ::testing::Test {};
+using ElementTypes = ::testing::Types<signed char, short, int, long>;
+TYPED_TEST_SUITE(PredicateTestOf, ElementTypes);
 
 // The packed form agrees with the fixed-length one on predicates whose
-// elements have only their lowest bit set, and differs in Z when a
-// non-lowest bit of an active element is set.
-TEST(PredicateTest, PackedFormAgreesExceptForZOnNonLowestBits) {
-  std::mt19937 rng(3);
+// elements have only their lowest bit set.
+TYPED_TEST(PredicateTestOf, PackedFormAgreesOnLowestBits) {
+  constexpr int E = int(sizeof(TypeParam));
+  std::mt19937 rng(3 + E);
   CpuContext c{};
   c.vl = SVE_VL_BYTES / 8;
-  for (int esize_bits : {8, 16, 32, 64}) {
-    int E = esize_bits / 8;
-    for (int round = 0; round < 500; ++round) {
-      Lanes g, t;
-      for (int k = 0; k < SVE_VL_BYTES; k += E) {
-        g.b[k] = rng() % 3 == 0;
-        t.b[k] = rng() % 2;
-      }
-      cpu_state s{};
-      switch (E) {
-        case 1: sve_ptest<signed char>(&s, g.b, t.b); break;
-        case 2: sve_ptest<short>(&s, g.b, t.b); break;
-        case 4: sve_ptest<int>(&s, g.b, t.b); break;
-        default: sve_ptest<long>(&s, g.b, t.b); break;
-      }
-      PredV pg = pack_pred(reinterpret_cast<uint8_t*>(g.b)), pt = pack_pred(reinterpret_cast<uint8_t*>(t.b));
-      c.flags = 0x10000000u;
-      PredSetNZCV(pg, pt, esize_bits, &c);
-      ASSERT_EQ(c.flags >> 28, flags_of(s));
+  for (int round = 0; round < 500; ++round) {
+    Lanes g, t;
+    for (int k = 0; k < SVE_VL_BYTES; k += E) {
+      g.b[k] = rng() % 3 == 0;
+      t.b[k] = rng() % 2;
     }
+    cpu_state s{};
+    sve_ptest<TypeParam>(&s, g.b, t.b);
+    c.flags = 0x10000000u;
+    PredSetNZCV(packed(g), packed(t), 8 * E, &c);
+    ASSERT_EQ(c.flags >> 28, flags_of(s));
   }
+}
+
+// They differ in Z when a non-lowest bit of an active element is set.
+TEST(PredicateTest, PackedFormDiffersInZOnNonLowestBits) {
+  CpuContext c{};
+  c.vl = SVE_VL_BYTES / 8;
   Lanes g, t;
   g.b[0] = 1;
   t.b[1] = 1;  // second lane of an active halfword
   cpu_state s{};
   sve_ptest<short>(&s, g.b, t.b);
   c.flags = 0;
-  PredSetNZC(pack_pred(reinterpret_cast<uint8_t*>(g.b)), pack_pred(reinterpret_cast<uint8_t*>(t.b)), 16, &c);
+  PredSetNZC(packed(g), packed(t), 16, &c);
   EXPECT_EQ(flags_of(s), Z | C);
   EXPECT_EQ(c.flags >> 28, C);  // Z clear: the element counts as true
 }
-
-unsigned nzc(NzcFlags f) { return unsigned(f.n) << 3 | unsigned(f.z) << 2 | unsigned(f.c) << 1; }
-
-template <class T> class PredicateTestOf : public ::testing::Test {};
-using ElementTypes = ::testing::Types<signed char, short, int, long>;
-TYPED_TEST_SUITE(PredicateTestOf, ElementTypes);
 
 // The fixed-length test against the element-by-element rule, on lanes that
 // also hold set bits outside element starts (which must be ignored).
