@@ -20,6 +20,7 @@
 #include "expectations.h"
 #include "ref_record.h"
 #include "sve/decode/decode.h"
+#include "tests/common/edges.h"
 #include "tests/common/ref_options.h"
 #include "tests/fp/ref_gen.h"
 #include "tools/disasm.h"
@@ -103,21 +104,7 @@ int run_reference(uint32_t word) {
 
 using refcommon::Rng;
 
-uint64_t edge_int(Rng& r, int bytes) {
-  int bits = bytes * 8;
-  uint64_t m = bits == 64 ? ~uint64_t(0) : (uint64_t(1) << bits) - 1;
-  uint64_t top = uint64_t(1) << (bits - 1);
-  switch (r.below(10)) {
-    case 0: return 0;
-    case 1: return 1;
-    case 2: return m;             // -1
-    case 3: return top;           // most negative
-    case 4: return top - 1;       // most positive
-    case 5: return uint64_t(r.below(5));
-    case 6: return (m - uint64_t(r.below(4))) & m;
-    default: return r.next() & m;
-  }
-}
+uint64_t edge_int(Rng& r, int bytes) { return refcommon::edge_int(r.g, bytes * 8); }
 
 // Floating-point edges as the floating-point comparison draws them.
 uint64_t edge_float(Rng& r, int bytes) {

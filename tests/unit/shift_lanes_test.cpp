@@ -9,6 +9,7 @@
 
 #include "sve/int/shift_lanes.h"
 #include "sve/state/context.h"
+#include "tests/common/edges.h"
 
 extern "C" void VecU16ShrVWM(uint8_t*, const uint8_t*, const PredV*, const uint8_t*, CpuContext*);
 extern "C" void VecS32ShrRVVM(uint8_t*, const uint8_t*, const PredV*, const uint8_t*, CpuContext*);
@@ -28,11 +29,7 @@ template <class T> uint64_t asr_ref(T x, uint64_t n) {
   return uint64_t(UnsignedOf<T>(S(S(x) >> (n >= uint64_t(kBits<T>) ? kBits<T> - 1 : int(n)))));
 }
 
-template <class T> T edge_value(std::mt19937_64& g) {
-  using U = UnsignedOf<T>;
-  const U edges[] = {0, 1, U(~U(0)), U(U(1) << (kBits<T> - 1)), U((U(1) << (kBits<T> - 1)) - 1)};
-  return T(g() % 3 ? U(g()) : edges[g() % 5]);
-}
+template <class T> T edge_value(std::mt19937_64& g) { return T(refcommon::edge_int(g, kBits<T>)); }
 
 template <class T> class ShiftLanes : public ::testing::Test {};
 using LaneTypes = ::testing::Types<uint8_t, int8_t, uint16_t, int16_t, uint32_t, int32_t, uint64_t, int64_t>;
