@@ -14,13 +14,15 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "expectations.h"
 #include "ref_record.h"
 #include "sve/decode/decode.h"
+#include "tests/common/edges.h"
+#include "tests/common/ref_options.h"
+#include "tests/fp/ref_gen.h"
 #include "tools/disasm.h"
 
 RefRecord g_ref;
@@ -100,51 +102,13 @@ int run_reference(uint32_t word) {
 
 // ---- random states weighted to edge values ----
 
-struct Rng {
-  std::mt19937_64 g;
-  explicit Rng(uint64_t seed) : g(seed) {}
-  uint64_t next() { return g(); }
-  int below(int n) { return int(g() % uint64_t(n)); }
-  bool chance(int pct) { return below(100) < pct; }
-};
+using refcommon::Rng;
 
-uint64_t edge_int(Rng& r, int bytes) {
-  int bits = bytes * 8;
-  uint64_t m = bits == 64 ? ~uint64_t(0) : (uint64_t(1) << bits) - 1;
-  uint64_t top = uint64_t(1) << (bits - 1);
-  switch (r.below(10)) {
-    case 0: return 0;
-    case 1: return 1;
-    case 2: return m;             // -1
-    case 3: return top;           // most negative
-    case 4: return top - 1;       // most positive
-    case 5: return uint64_t(r.below(5));
-    case 6: return (m - uint64_t(r.below(4))) & m;
-    default: return r.next() & m;
-  }
-}
+uint64_t edge_int(Rng& r, int bytes) { return refcommon::edge_int(r.g, bytes * 8); }
 
+// Floating-point edges as the floating-point comparison draws them.
 uint64_t edge_float(Rng& r, int bytes) {
-  int ebits = bytes == 2 ? 5 : bytes == 4 ? 8 : 11;
-  int fbits = bytes * 8 - 1 - ebits;
-  uint64_t sign = uint64_t(r.below(2)) << (bytes * 8 - 1);
-  uint64_t emax = (uint64_t(1) << ebits) - 1, fmask = (uint64_t(1) << fbits) - 1;
-  uint64_t quiet = uint64_t(1) << (fbits - 1);
-  uint64_t bias = emax >> 1;
-  auto pack = [&](uint64_t e, uint64_t f) { return sign | (e << fbits) | (f & fmask); };
-  switch (r.below(12)) {
-    case 0: return pack(0, 0);                                      // +-0
-    case 1: return pack(emax, 0);                                   // +-inf
-    case 2: return pack(emax, quiet | (r.next() & (quiet - 1)));    // quiet NaN
-    case 3: return pack(emax, (r.next() & (quiet - 1)) | 1);        // signalling NaN
-    case 4: return pack(0, r.next() | 1);                           // denormal
-    case 5: return pack(0, 1);                                      // smallest denormal
-    case 6: return pack(1, 0);                                      // smallest normal
-    case 7: return pack(emax - 1, fmask);                           // largest finite
-    case 8: return pack(bias, 0);                                   // +-1.0
-    case 9: return pack(bias + uint64_t(r.below(8)) - 4, r.next()); // near 1
-    default: return pack(uint64_t(r.below(int(emax))), r.next());
-  }
+  return bytes == 2 ? fpref::edge<uint16_t>(r) : bytes == 4 ? fpref::edge<uint32_t>(r) : fpref::edge<uint64_t>(r);
 }
 
 void fill_vector(Rng& r, uint8_t* v) {
@@ -374,49 +338,24 @@ void compare(const RefRecord& ref, const cpu_state& emu, const std::vector<uint8
     }
 }
 
-struct Options {
-  uint64_t seed = 1;
-  const char* filter = nullptr;
+struct Options : refcommon::Options {
   const char* group = nullptr;  // Integer, Predicate, Permute, Count, Float or Memory
   int cases = 100;
   long compared = 0;  // with --compared N: N cases compared per handler, whatever is rejected
-  int reports = 20;
-  bool list = false;
-  int shard = 0, shards = 1;  // run only handlers whose index % shards == shard
 };
 
 Options parse(int argc, char** argv) {
   Options o;
-  for (int i = 1; i < argc; ++i) {
-    std::string a = argv[i];
-    auto value = [&]() -> const char* {
-      if (i + 1 >= argc) {
-        std::fprintf(stderr, "sve_diff: %s needs a value\n", a.c_str());
-        std::exit(2);
-      }
-      return argv[++i];
-    };
-    if (a == "--seed") o.seed = std::strtoull(value(), nullptr, 0);
-    else if (a == "--filter") o.filter = value();
-    else if (a == "--group") o.group = value();
-    else if (a == "--cases") o.cases = std::atoi(value());
-    else if (a == "--compared") o.compared = std::atol(value());
-    else if (a == "--reports") o.reports = std::atoi(value());
-    else if (a == "--list") o.list = true;
-    else if (a == "--shard") {
-      if (std::sscanf(value(), "%d/%d", &o.shard, &o.shards) != 2 || o.shards < 1 || o.shard < 0 ||
-          o.shard >= o.shards) {
-        std::fprintf(stderr, "sve_diff: --shard takes K/N with 0 <= K < N\n");
-        std::exit(2);
-      }
-    }
-    else {
-      std::fprintf(stderr,
-                   "usage: sve_diff [--seed N] [--filter SUBSTR] [--group NAME] [--cases N | --compared N] [--reports N] "
-                   "[--shard K/N] [--list]\n");
-      std::exit(2);
-    }
-  }
+  refcommon::parse_options(argc, argv,
+                           "sve_diff [--seed N] [--filter SUBSTR] [--group NAME] [--cases N | --compared N] "
+                           "[--reports N] [--shard K/N] [--list]",
+                           o, [&](const std::string& a, auto value) {
+                             if (a == "--group") o.group = value();
+                             else if (a == "--cases") o.cases = std::atoi(value());
+                             else if (a == "--compared") o.compared = std::atol(value());
+                             else return false;
+                             return true;
+                           });
   return o;
 }
 
@@ -440,9 +379,7 @@ int main(int argc, char** argv) {
   for (const DecodeEntry& e : kDecodeEntries) {
     Handler h = entry_handler(e);
     std::string name = entry_name(e);
-    if (!h || (opt.filter && name.find(opt.filter) == std::string::npos)) continue;
-    if (opt.group && entry_group(e) != opt.group) continue;
-    if (++index % opt.shards != opt.shard) continue;
+    if (!h || (opt.group && entry_group(e) != opt.group) || !opt.picks(name, index)) continue;
     if (opt.list) {
       std::printf("%s\n", name.c_str());
       continue;

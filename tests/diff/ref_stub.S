@@ -3,20 +3,21 @@
 // back, and stores every register. The host's stack pointer, TPIDR_EL0 and FPCR are kept in g_ref.
         .arch armv8.2-a+sve
         .text
+
+// op (ldp or stp) on each pair of registers at base + first, + 16, ...
+.macro pairs op, base, first, regs:vararg
+        .set poff, \first
+        .irp r, \regs
+        \op \r, [\base, #poff]
+        .set poff, poff + 16
+        .endr
+.endm
         .p2align 12
         .globl sve_ref_run
         .type sve_ref_run, %function
 sve_ref_run:
         stp     x29, x30, [sp, #-160]!
-        stp     x19, x20, [sp, #16]
-        stp     x21, x22, [sp, #32]
-        stp     x23, x24, [sp, #48]
-        stp     x25, x26, [sp, #64]
-        stp     x27, x28, [sp, #80]
-        stp     d8, d9, [sp, #96]
-        stp     d10, d11, [sp, #112]
-        stp     d12, d13, [sp, #128]
-        stp     d14, d15, [sp, #144]
+        pairs   stp, sp, 16, "x19, x20", "x21, x22", "x23, x24", "x25, x26", "x27, x28", "d8, d9", "d10, d11", "d12, d13", "d14, d15"
         adrp    x9, g_ref
         add     x9, x9, :lo12:g_ref
         mov     x10, sp
@@ -44,42 +45,16 @@ sve_ref_run:
         ldr     x11, [x9, #248]
         mov     sp, x11
         mov     x30, x9
-        ldp     x0, x1, [x30, #0]
-        ldp     x2, x3, [x30, #16]
-        ldp     x4, x5, [x30, #32]
-        ldp     x6, x7, [x30, #48]
-        ldp     x8, x9, [x30, #64]
-        ldp     x10, x11, [x30, #80]
-        ldp     x12, x13, [x30, #96]
-        ldp     x14, x15, [x30, #112]
-        ldp     x16, x17, [x30, #128]
-        ldp     x18, x19, [x30, #144]
-        ldp     x20, x21, [x30, #160]
-        ldp     x22, x23, [x30, #176]
-        ldp     x24, x25, [x30, #192]
-        ldp     x26, x27, [x30, #208]
-        ldp     x28, x29, [x30, #224]
+        pairs   ldp, x30, 0, "x0, x1", "x2, x3", "x4, x5", "x6, x7", "x8, x9", "x10, x11", "x12, x13", "x14, x15"
+        pairs   ldp, x30, 128, "x16, x17", "x18, x19", "x20, x21", "x22, x23", "x24, x25", "x26, x27", "x28, x29"
         ldr     x30, [x30, #240]
         b       sve_ref_slot
 sve_ref_back:
         msr     tpidr_el0, x30
         adrp    x30, g_ref
         add     x30, x30, :lo12:g_ref
-        stp     x0, x1, [x30, #0]
-        stp     x2, x3, [x30, #16]
-        stp     x4, x5, [x30, #32]
-        stp     x6, x7, [x30, #48]
-        stp     x8, x9, [x30, #64]
-        stp     x10, x11, [x30, #80]
-        stp     x12, x13, [x30, #96]
-        stp     x14, x15, [x30, #112]
-        stp     x16, x17, [x30, #128]
-        stp     x18, x19, [x30, #144]
-        stp     x20, x21, [x30, #160]
-        stp     x22, x23, [x30, #176]
-        stp     x24, x25, [x30, #192]
-        stp     x26, x27, [x30, #208]
-        stp     x28, x29, [x30, #224]
+        pairs   stp, x30, 0, "x0, x1", "x2, x3", "x4, x5", "x6, x7", "x8, x9", "x10, x11", "x12, x13", "x14, x15"
+        pairs   stp, x30, 128, "x16, x17", "x18, x19", "x20, x21", "x22, x23", "x24, x25", "x26, x27", "x28, x29"
         mrs     x0, tpidr_el0
         str     x0, [x30, #240]
         mov     x0, sp
@@ -106,15 +81,7 @@ sve_ref_back:
         msr     fpcr, x0
         ldr     x0, [x30, #280]
         mov     sp, x0
-        ldp     x19, x20, [sp, #16]
-        ldp     x21, x22, [sp, #32]
-        ldp     x23, x24, [sp, #48]
-        ldp     x25, x26, [sp, #64]
-        ldp     x27, x28, [sp, #80]
-        ldp     d8, d9, [sp, #96]
-        ldp     d10, d11, [sp, #112]
-        ldp     d12, d13, [sp, #128]
-        ldp     d14, d15, [sp, #144]
+        pairs   ldp, sp, 16, "x19, x20", "x21, x22", "x23, x24", "x25, x26", "x27, x28", "d8, d9", "d10, d11", "d12, d13", "d14, d15"
         ldp     x29, x30, [sp], #160
         ret
         .size sve_ref_run, . - sve_ref_run

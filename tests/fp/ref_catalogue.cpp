@@ -32,22 +32,21 @@ template <class T, T (*F)(T, T, T, FPSCR&)> Observed lib3(const RefCase& c) {
 }
 template <class T, T (*F)(T)> Observed lib_plain(const RefCase& c) { return done(F(T(c.a)), 0); }
 
-template <class T> constexpr int bits = int(sizeof(T) * 8);
-
 Op fp_op(std::string name, Observed (*lib)(const RefCase&), void (*gen)(Rng&, uint64_t*), int width,
          bool exhaustive = false) {
   return {std::move(name), nullptr, lib, gen, Src::FP, width, exhaustive};
 }
+template <class T> int width(Src src) { return src == Src::NZCV ? 4 : int(sizeof(T) * 8); }
 
+// The half, single and double forms of an operation (name_h, name_s,
+// name_d): LIB and GEN are written in T, the form's type.
+#define SVE_HSD(v, name, src, half_exhaustive, LIB, GEN)                                            \
+  { using T = H; v.push_back({name "_h", nullptr, LIB, GEN, src, width<T>(src), half_exhaustive}); } \
+  { using T = S; v.push_back({name "_s", nullptr, LIB, GEN, src, width<T>(src), false}); }           \
+  { using T = D; v.push_back({name "_d", nullptr, LIB, GEN, src, width<T>(src), false}); }
 // One-operand operations: exhaustive in half, random in single and double.
-#define SVE_ONE(v, name, L, F)                                                 \
-  v.push_back(fp_op(name "_h", L<H, F<H>>, gen1<H>, 16, true));               \
-  v.push_back(fp_op(name "_s", L<S, F<S>>, gen1<S>, 32));                     \
-  v.push_back(fp_op(name "_d", L<D, F<D>>, gen1<D>, 64));
-#define SVE_TWO(v, name, F)                                                    \
-  v.push_back(fp_op(name "_h", lib2<H, F<H>>, gen2<H>, 16));                  \
-  v.push_back(fp_op(name "_s", lib2<S, F<S>>, gen2<S>, 32));                  \
-  v.push_back(fp_op(name "_d", lib2<D, F<D>>, gen2<D>, 64));
+#define SVE_ONE(v, name, L, F) SVE_HSD(v, name, Src::FP, true, (L<T, F<T>>), gen1<T>)
+#define SVE_TWO(v, name, F) SVE_HSD(v, name, Src::FP, false, (lib2<T, F<T>>), gen2<T>)
 
 void arithmetic(std::vector<Op>& v) {
   SVE_TWO(v, "fadd", FPAdd)
@@ -55,9 +54,7 @@ void arithmetic(std::vector<Op>& v) {
   SVE_TWO(v, "fmul", FPMul)
   SVE_TWO(v, "fmulx", FPMulX)
   SVE_TWO(v, "fdiv", FPDiv)
-  v.push_back(fp_op("fmadd_h", lib3<H, FPMulAdd<H>>, gen3<H>, 16));
-  v.push_back(fp_op("fmadd_s", lib3<S, FPMulAdd<S>>, gen3<S>, 32));
-  v.push_back(fp_op("fmadd_d", lib3<D, FPMulAdd<D>>, gen3<D>, 64));
+  SVE_HSD(v, "fmadd", Src::FP, false, (lib3<T, FPMulAdd<T>>), gen3<T>)
   SVE_ONE(v, "fsqrt", lib1, FPSqrt)
   SVE_ONE(v, "fneg", lib_plain, FPNeg)
   SVE_ONE(v, "fabs", lib_plain, FPAbs)
@@ -76,14 +73,8 @@ template <class T, bool kSignal> Observed lib_fcmp(const RefCase& c) {
   return done(nzcv, s);
 }
 
-#define SVE_CMP(v, name, F, ABS)                                                  \
-  v.push_back(fp_op(name "_h", lib_cmp<H, F<H>, ABS>, gen2<H>, 16));             \
-  v.push_back(fp_op(name "_s", lib_cmp<S, F<S>, ABS>, gen2<S>, 32));             \
-  v.push_back(fp_op(name "_d", lib_cmp<D, F<D>, ABS>, gen2<D>, 64));
-#define SVE_FCMP(v, name, SIGNAL)                                                              \
-  v.push_back({name "_h", nullptr, lib_fcmp<H, SIGNAL>, gen2<H>, Src::NZCV, 4, false});       \
-  v.push_back({name "_s", nullptr, lib_fcmp<S, SIGNAL>, gen2<S>, Src::NZCV, 4, false});       \
-  v.push_back({name "_d", nullptr, lib_fcmp<D, SIGNAL>, gen2<D>, Src::NZCV, 4, false});
+#define SVE_CMP(v, name, F, ABS) SVE_HSD(v, name, Src::FP, false, (lib_cmp<T, F<T>, ABS>), gen2<T>)
+#define SVE_FCMP(v, name, SIGNAL) SVE_HSD(v, name, Src::NZCV, false, (lib_fcmp<T, SIGNAL>), gen2<T>)
 
 void compare_select(std::vector<Op>& v) {
   SVE_CMP(v, "fcmeq", FPCompareEQ, false)
@@ -128,10 +119,9 @@ Op x_op(std::string name, Observed (*lib)(const RefCase&), void (*gen)(Rng&, uin
   return {std::move(name), nullptr, lib, gen, Src::X, width, exhaustive};
 }
 
-#define SVE_FRINT(v, name, RM, EXACT)                                             \
-  v.push_back(fp_op(name "_h", lib_frint<H, RM, EXACT>, gen1<H>, 16, true));     \
-  v.push_back(fp_op(name "_s", lib_frint<S, RM, EXACT>, gen_toint<S>, 32));      \
-  v.push_back(fp_op(name "_d", lib_frint<D, RM, EXACT>, gen_toint<D>, 64));
+// Rounding to integral: every half, single and double around the integers.
+template <class T> void gen_frint(Rng& r, uint64_t* ops) { sizeof(T) == 2 ? gen1<T>(r, ops) : gen_toint<T>(r, ops); }
+#define SVE_FRINT(v, name, RM, EXACT) SVE_HSD(v, name, Src::FP, true, (lib_frint<T, RM, EXACT>), gen_frint<T>)
 
 // fcvt<r><s|u>: every source and destination width under one rounding mode.
 #define SVE_TOINT(v, name, RM, U)                                                             \
@@ -204,10 +194,7 @@ template <class T, int kIndex> Observed lib_ftmad(const RefCase& c) {
 // Every bit pattern is meaningful to fexpa.
 void gen_bits(Rng& r, uint64_t* ops) { ops[0] = r.next(); }
 
-#define SVE_FTMAD(v, I)                                                        \
-  v.push_back(fp_op("ftmad" #I "_h", lib_ftmad<H, I>, gen2<H>, 16));          \
-  v.push_back(fp_op("ftmad" #I "_s", lib_ftmad<S, I>, gen2<S>, 32));          \
-  v.push_back(fp_op("ftmad" #I "_d", lib_ftmad<D, I>, gen2<D>, 64));
+#define SVE_FTMAD(v, I) SVE_HSD(v, "ftmad" #I, Src::FP, false, (lib_ftmad<T, I>), gen2<T>)
 
 void estimates(std::vector<Op>& v) {
   SVE_ONE(v, "frecpe", lib1, FPRecipEstimate)
@@ -215,13 +202,9 @@ void estimates(std::vector<Op>& v) {
   SVE_ONE(v, "frecpx", lib1, FPRecpX)
   SVE_TWO(v, "frecps", FPRecipStepFused)
   SVE_TWO(v, "frsqrts", FPRSqrtStepFused)
-  v.push_back(fp_op("fexpa_h", lib_plain<H, FPEXPA<H>>, gen_bits, 16, true));
-  v.push_back(fp_op("fexpa_s", lib_plain<S, FPEXPA<S>>, gen_bits, 32));
-  v.push_back(fp_op("fexpa_d", lib_plain<D, FPEXPA<D>>, gen_bits, 64));
+  SVE_HSD(v, "fexpa", Src::FP, true, (lib_plain<T, FPEXPA<T>>), gen_bits)
   SVE_TWO(v, "ftsmul", FPTRISMUL)
-  v.push_back(fp_op("ftssel_h", lib_plain2<H, FPTRISSEL<H>>, gen2<H>, 16));
-  v.push_back(fp_op("ftssel_s", lib_plain2<S, FPTRISSEL<S>>, gen2<S>, 32));
-  v.push_back(fp_op("ftssel_d", lib_plain2<D, FPTRISSEL<D>>, gen2<D>, 64));
+  SVE_HSD(v, "ftssel", Src::FP, false, (lib_plain2<T, FPTRISSEL<T>>), gen2<T>)
   SVE_FTMAD(v, 0)
   SVE_FTMAD(v, 1)
   SVE_FTMAD(v, 2)

@@ -7,18 +7,13 @@
 #include <random>
 
 #include "sve/fp/arith.h"
+#include "tests/common/ref_options.h"
 
 namespace fpref {
 
 using namespace sve;
 
-struct Rng {
-  std::mt19937_64 g;
-  explicit Rng(uint64_t seed) : g(seed) {}
-  uint64_t next() { return g(); }
-  int below(int n) { return int(g() % uint64_t(n)); }
-  bool chance(int pct) { return below(100) < pct; }
-};
+using refcommon::Rng;
 
 // A fraction whose low bits are mostly zero.
 template <class T> T short_frac(Rng& r) {

@@ -23,39 +23,23 @@
 namespace fpref {
 namespace {
 
-struct Options {
+struct Options : refcommon::Options {
   uint64_t cases = 100000;
-  uint64_t seed = 1;
-  std::string filter;
   int half_settings = 32;
-  int reports = 5;
-  bool list = false;
-  int shard = 0, shards = 1;  // run only operations whose index % shards == shard
 };
 
 Options parse(int argc, char** argv) {
   Options o;
-  for (int i = 1; i < argc; ++i) {
-    std::string a = argv[i];
-    auto value = [&] { return i + 1 < argc ? argv[++i] : ""; };
-    if (a == "--cases") o.cases = std::strtoull(value(), nullptr, 0);
-    else if (a == "--seed") o.seed = std::strtoull(value(), nullptr, 0);
-    else if (a == "--filter") o.filter = value();
-    else if (a == "--half-settings") o.half_settings = std::atoi(value());
-    else if (a == "--reports") o.reports = std::atoi(value());
-    else if (a == "--list") o.list = true;
-    else if (a == "--shard") {
-      if (std::sscanf(value(), "%d/%d", &o.shard, &o.shards) != 2 || o.shards < 1 || o.shard < 0 ||
-          o.shard >= o.shards) {
-        std::fprintf(stderr, "fp_reference: --shard takes K/N with 0 <= K < N\n");
-        std::exit(2);
-      }
-    }
-    else {
-      std::fprintf(stderr, "unknown option %s\n", a.c_str());
-      std::exit(2);
-    }
-  }
+  o.reports = 5;
+  refcommon::parse_options(argc, argv,
+                           "fp_reference [--cases N] [--seed S] [--filter SUBSTR] [--half-settings K] [--reports N] "
+                           "[--shard K/N] [--list]",
+                           o, [&](const std::string& a, auto value) {
+                             if (a == "--cases") o.cases = std::strtoull(value(), nullptr, 0);
+                             else if (a == "--half-settings") o.half_settings = std::atoi(value());
+                             else return false;
+                             return true;
+                           });
   return o;
 }
 
@@ -148,8 +132,7 @@ int main(int argc, char** argv) {
   uint64_t total_mismatches = 0, total_cases = 0;
   int index = -1;
   for (Op& op : ops) {
-    if (!o.filter.empty() && op.name.find(o.filter) == std::string::npos) continue;
-    if (++index % o.shards != o.shard) continue;
+    if (!o.picks(op.name, index)) continue;
     if (o.list) {
       std::printf("%s\n", op.name.c_str());
       continue;

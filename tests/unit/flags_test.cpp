@@ -37,51 +37,55 @@ struct Lanes {
 };
 
 unsigned flags_of(const cpu_state& s) { return unsigned(s.nzcv >> 28); }
+unsigned nzc(NzcFlags f) { return unsigned(f.n) << 3 | unsigned(f.z) << 2 | unsigned(f.c) << 1; }
+PredV packed(const Lanes& l) { return pack_pred(reinterpret_cast<const uint8_t*>(l.b)); }
+
+template <class T> class PredicateTestOf : public ::testing::Test {};
+using ElementTypes = ::testing::Types<signed char, short, int, long>;
+TYPED_TEST_SUITE(PredicateTestOf, ElementTypes);
 
 // The packed form agrees with the fixed-length one on predicates whose
-// elements have only their lowest bit set, and differs in Z when a
-// non-lowest bit of an active element is set.
-TEST(PredicateTest, PackedFormAgreesExceptForZOnNonLowestBits) {
-  std::mt19937 rng(3);
+// elements have only their lowest bit set.
+TYPED_TEST(PredicateTestOf, PackedFormAgreesOnLowestBits) {
+  constexpr int E = int(sizeof(TypeParam));
+  std::mt19937 rng(3 + E);
   CpuContext c{};
   c.vl = SVE_VL_BYTES / 8;
-  for (int esize_bits : {8, 16, 32, 64}) {
-    int E = esize_bits / 8;
-    for (int round = 0; round < 500; ++round) {
-      Lanes g, t;
-      for (int k = 0; k < SVE_VL_BYTES; k += E) {
-        g.b[k] = rng() % 3 == 0;
-        t.b[k] = rng() % 2;
-      }
-      cpu_state s{};
-      switch (E) {
-        case 1: sve_ptest<signed char>(&s, g.b, t.b); break;
-        case 2: sve_ptest<short>(&s, g.b, t.b); break;
-        case 4: sve_ptest<int>(&s, g.b, t.b); break;
-        default: sve_ptest<long>(&s, g.b, t.b); break;
-      }
-      PredV pg = pack_pred(reinterpret_cast<uint8_t*>(g.b)), pt = pack_pred(reinterpret_cast<uint8_t*>(t.b));
-      c.flags = 0x10000000u;
-      PredSetNZCV(pg, pt, esize_bits, &c);
-      ASSERT_EQ(c.flags >> 28, flags_of(s));
+  for (int round = 0; round < 500; ++round) {
+    Lanes g, t;
+    for (int k = 0; k < SVE_VL_BYTES; k += E) {
+      g.b[k] = rng() % 3 == 0;
+      t.b[k] = rng() % 2;
     }
+    cpu_state s{};
+    sve_ptest<TypeParam>(&s, g.b, t.b);
+    c.flags = 0x10000000u;
+    PredSetNZCV(packed(g), packed(t), 8 * E, &c);
+    ASSERT_EQ(c.flags >> 28, flags_of(s));
   }
+}
+
+// They differ in Z when a non-lowest bit of an active element is set.
+TEST(PredicateTest, PackedFormDiffersInZOnNonLowestBits) {
+  CpuContext c{};
+  c.vl = SVE_VL_BYTES / 8;
   Lanes g, t;
   g.b[0] = 1;
   t.b[1] = 1;  // second lane of an active halfword
   cpu_state s{};
   sve_ptest<short>(&s, g.b, t.b);
   c.flags = 0;
-  PredSetNZC(pack_pred(reinterpret_cast<uint8_t*>(g.b)), pack_pred(reinterpret_cast<uint8_t*>(t.b)), 16, &c);
+  PredSetNZC(packed(g), packed(t), 16, &c);
   EXPECT_EQ(flags_of(s), Z | C);
   EXPECT_EQ(c.flags >> 28, C);  // Z clear: the element counts as true
 }
 
 // The fixed-length test against the element-by-element rule, on lanes that
 // also hold set bits outside element starts (which must be ignored).
-template <class T>
-void check_against_rule(std::mt19937& rng) {
+TYPED_TEST(PredicateTestOf, FixedLengthFormFollowsTheElementRule) {
+  using T = TypeParam;
   constexpr int E = int(sizeof(T));
+  std::mt19937 rng(11 + E);
   for (int round = 0; round < 2000; ++round) {
     Lanes g, t;
     int density = int(rng() % 4);
@@ -93,39 +97,24 @@ void check_against_rule(std::mt19937& rng) {
     sve_ptest<T>(&s, g.b, t.b);
     auto gi = [&](int i) { return (g.b[i * E] & 1) != 0; };
     auto ti = [&](int i) { return (t.b[i * E] & 1) != 0; };
-    NzcFlags want = predicate_test(SVE_VL_BYTES / E, gi, ti, ti);
-    ASSERT_EQ(flags_of(s), (unsigned(want.n) << 3) | (unsigned(want.z) << 2) | (unsigned(want.c) << 1)) << E;
+    ASSERT_EQ(flags_of(s), nzc(predicate_test(SVE_VL_BYTES / E, gi, ti, ti)));
   }
-}
-TEST(PredicateTest, FixedLengthFormFollowsTheElementRule) {
-  std::mt19937 rng(11);
-  check_against_rule<signed char>(rng);
-  check_against_rule<short>(rng);
-  check_against_rule<int>(rng);
-  check_against_rule<long>(rng);
 }
 
 // The closed forms used by WHILE and PTRUES against the fixed-length test of
 // every leading run at every element size.
-template <class T> void check_leading_runs() {
+TYPED_TEST(PredicateTestOf, LeadingRunClosedFormsFollowTheTest) {
+  using T = TypeParam;
   constexpr int E = int(sizeof(T)), n = SVE_VL_BYTES / E;
   for (int count = 0; count <= n; ++count) {
     Lanes all, run;
     for (int i = 0; i < n; ++i) all.b[i * E] = 1, run.b[i * E] = i < count;
     cpu_state s{};
     sve_ptest<T>(&s, all.b, run.b);
-    const NzcFlags w = leading_run_test(count, n);
-    ASSERT_EQ(flags_of(s), unsigned(w.n << 3 | w.z << 2 | w.c << 1)) << E << " " << count;
+    ASSERT_EQ(flags_of(s), nzc(leading_run_test(count, n))) << count;
     sve_ptest<T>(&s, run.b, run.b);
-    const NzcFlags p = leading_run_self_test(count);
-    ASSERT_EQ(flags_of(s), unsigned(p.n << 3 | p.z << 2 | p.c << 1)) << E << " " << count;
+    ASSERT_EQ(flags_of(s), nzc(leading_run_self_test(count))) << count;
   }
-}
-TEST(PredicateTest, LeadingRunClosedFormsFollowTheTest) {
-  check_leading_runs<signed char>();
-  check_leading_runs<short>();
-  check_leading_runs<int>();
-  check_leading_runs<long>();
 }
 
 TEST(PredicateTest, SetNzcKeepsVAndTheVariantsKeepZ) {

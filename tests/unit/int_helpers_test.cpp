@@ -5,6 +5,7 @@
 #include <random>
 
 #include "sve/int/helpers.h"
+#include "tests/common/edges.h"
 
 namespace {
 using namespace sve;
@@ -17,18 +18,7 @@ int128 clamp(int128 v, int N, bool u) {
   return v < lo ? lo : v > hi ? hi : v;
 }
 
-// Values weighted to the edges of an N-bit field.
-uint64_t edge_value(std::mt19937_64& rng, int N) {
-  uint64_t m = ones(N);
-  switch (rng() % 6) {
-    case 0: return 0;
-    case 1: return m;                          // -1 / max unsigned
-    case 2: return (uint64_t(1) << (N - 1));   // min signed
-    case 3: return (uint64_t(1) << (N - 1)) - 1;
-    case 4: return rng() % 3;
-    default: return rng() & m;
-  }
-}
+using refcommon::edge_int;
 
 TEST(IntHelpers, SaturatingEdgeCases) {
   EXPECT_EQ(SatAdd(0x7F, 1, 8, false), 0x7Fu);
@@ -48,7 +38,7 @@ TEST(IntHelpers, SaturatingMatchesClampedArithmetic) {
   for (int N : kWidths)
     for (bool u : {false, true})
       for (int k = 0; k < 20000; ++k) {
-        uint64_t a = edge_value(rng, N), b = edge_value(rng, N);
+        uint64_t a = edge_int(rng, N), b = edge_int(rng, N);
         int128 wa = u ? UInt(a, N) : SInt(a, N), wb = u ? UInt(b, N) : SInt(b, N);
         ASSERT_EQ(SatAdd(a, b, N, u) & ones(N), bits(clamp(wa + wb, N, u)) & ones(N)) << N << u << a << " " << b;
         ASSERT_EQ(SatSub(a, b, N, u), bits(clamp(wa - wb, N, u)) & ones(N)) << N << u << a << " " << b;
@@ -67,7 +57,7 @@ TEST(IntHelpers, BitCounting) {
   std::mt19937_64 rng(7);
   for (int N : kWidths)
     for (int k = 0; k < 2000; ++k) {
-      uint64_t x = edge_value(rng, N);
+      uint64_t x = edge_int(rng, N);
       int clz = 0;
       while (clz < N && !((x >> (N - 1 - clz)) & 1)) ++clz;
       ASSERT_EQ(CountLeadingZeroBits(x, N), clz);

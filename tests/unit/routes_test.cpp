@@ -25,16 +25,10 @@ extern "C" void VecS16UnpackHiV(uint8_t*, const uint8_t*, const PredV*, uint64_t
 namespace {
 using namespace test_support;
 
-const DecodeEntry& entry_of(const std::string& name) {
-  for (const DecodeEntry& e : kDecodeEntries)
-    if (entry_name(e) == name) return e;
-  ADD_FAILURE() << "no entry " << name;
-  return kDecodeEntries[0];
-}
 // Pd = bits 3-0, Pn = bits 8-5, Pg = bits 13-10, Pm = bits 19-16.
 // Fields that the encoding does not have stay clear.
 uint32_t pword(const std::string& name, unsigned d, unsigned n, unsigned g, unsigned m) {
-  const DecodeEntry& e = entry_of(name);
+  const DecodeEntry& e = entry_named(name);
   return e.word | ((d | n << 5 | g << 10 | m << 16) & e.operand_mask);
 }
 cpu_state random_state(std::mt19937_64& rng) {
@@ -128,7 +122,7 @@ TEST(PredicateFlags, OnlyBits31To28Change) {
     for (int round = 0; round < 20; ++round) {
       cpu_state s = random_state(rng);
       uint64_t low = s.nzcv & ~uint64_t(0xF0000000u);
-      const DecodeEntry& e = entry_of(name);
+      const DecodeEntry& e = entry_named(name);
       run(s, e.word | (uint32_t(rng()) & e.operand_mask));
       ASSERT_EQ(s.nzcv & ~uint64_t(0xF0000000u), low) << name;
     }

@@ -9,6 +9,7 @@
 
 #include "sve/int/shift_lanes.h"
 #include "sve/state/context.h"
+#include "tests/common/edges.h"
 
 extern "C" void VecU16ShrVWM(uint8_t*, const uint8_t*, const PredV*, const uint8_t*, CpuContext*);
 extern "C" void VecS32ShrRVVM(uint8_t*, const uint8_t*, const PredV*, const uint8_t*, CpuContext*);
@@ -28,17 +29,26 @@ template <class T> uint64_t asr_ref(T x, uint64_t n) {
   return uint64_t(UnsignedOf<T>(S(S(x) >> (n >= uint64_t(kBits<T>) ? kBits<T> - 1 : int(n)))));
 }
 
-template <class T> T edge_value(std::mt19937_64& g) {
-  using U = UnsignedOf<T>;
-  const U edges[] = {0, 1, U(~U(0)), U(U(1) << (kBits<T> - 1)), U((U(1) << (kBits<T> - 1)) - 1)};
-  return T(g() % 3 ? U(g()) : edges[g() % 5]);
-}
+template <class T> T edge_value(std::mt19937_64& g) { return T(refcommon::edge_int(g, kBits<T>)); }
 
 template <class T> class ShiftLanes : public ::testing::Test {};
 using LaneTypes = ::testing::Types<uint8_t, int8_t, uint16_t, int16_t, uint32_t, int32_t, uint64_t, int64_t>;
 TYPED_TEST_SUITE(ShiftLanes, LaneTypes);
 
 constexpr int kLanes(int bytes) { return 16 / bytes; }
+
+// Each lane of the three shifts of x against the element shifts by amount(i).
+template <class T, class Amount>
+void expect_element_shifts(const Lanes<T>& x, Amount amount, const Lanes<T>& l, const Lanes<T>& r, const Lanes<T>& s) {
+  using U = UnsignedOf<T>;
+  for (int i = 0; i < kLanes(sizeof(T)); ++i) {
+    uint64_t k = amount(i);
+    SCOPED_TRACE(::testing::Message() << "x " << +x[i] << " by " << k);
+    EXPECT_EQ(uint64_t(U(l[i])), lsl_ref<T>(x[i], k));
+    EXPECT_EQ(uint64_t(U(r[i])), lsr_ref<T>(x[i], k));
+    EXPECT_EQ(uint64_t(U(s[i])), asr_ref<T>(x[i], k));
+  }
+}
 
 TYPED_TEST(ShiftLanes, ByLaneAmountsMatchElementShifts) {
   using T = TypeParam;
@@ -52,32 +62,19 @@ TYPED_TEST(ShiftLanes, ByLaneAmountsMatchElementShifts) {
   for (size_t first = 0; first < amounts.size(); first += n) {
     Lanes<T> x, a;
     for (int i = 0; i < n; ++i) x[i] = edge_value<T>(g), a[i] = T(amounts[(first + i) % amounts.size()]);
-    Lanes<T> l = shl_by_lanes<T>(x, a), r = lsr_by_lanes<T>(x, a), s = asr_by_lanes<T>(x, a);
-    for (int i = 0; i < n; ++i) {
-      uint64_t k = U(a[i]);
-      SCOPED_TRACE(::testing::Message() << "x " << +x[i] << " by " << k);
-      EXPECT_EQ(uint64_t(U(l[i])), lsl_ref<T>(x[i], k));
-      EXPECT_EQ(uint64_t(U(r[i])), lsr_ref<T>(x[i], k));
-      EXPECT_EQ(uint64_t(U(s[i])), asr_ref<T>(x[i], k));
-    }
+    expect_element_shifts<T>(x, [&](int i) { return uint64_t(U(a[i])); }, shl_by_lanes<T>(x, a),
+                             lsr_by_lanes<T>(x, a), asr_by_lanes<T>(x, a));
   }
 }
 
 TYPED_TEST(ShiftLanes, UniformAmountsMatchElementShifts) {
   using T = TypeParam;
-  using U = UnsignedOf<T>;
-  constexpr int n = kLanes(sizeof(T));
   std::mt19937_64 g(9);
   for (unsigned k = 0; k < unsigned(kBits<T>); ++k) {
     Lanes<T> x;
-    for (int i = 0; i < n; ++i) x[i] = edge_value<T>(g);
-    Lanes<T> l = shl_lanes<T>(x, k), r = lsr_lanes<T>(x, k), s = asr_lanes<T>(x, k);
-    for (int i = 0; i < n; ++i) {
-      SCOPED_TRACE(::testing::Message() << "x " << +x[i] << " by " << k);
-      EXPECT_EQ(uint64_t(U(l[i])), lsl_ref<T>(x[i], k));
-      EXPECT_EQ(uint64_t(U(r[i])), lsr_ref<T>(x[i], k));
-      EXPECT_EQ(uint64_t(U(s[i])), asr_ref<T>(x[i], k));
-    }
+    for (int i = 0; i < kLanes(sizeof(T)); ++i) x[i] = edge_value<T>(g);
+    expect_element_shifts<T>(x, [&](int) { return uint64_t(k); }, shl_lanes<T>(x, k), lsr_lanes<T>(x, k),
+                             asr_lanes<T>(x, k));
   }
 }
 
