@@ -131,12 +131,11 @@ template <class T> inline Lanes<UnsignedOf<T>> pow2_lanes(Lanes<UnsignedOf<T>> e
   using B = Lanes<uint8_t>;
   constexpr int n = int(sizeof(T));
   B idx = as_lanes<uint8_t>(e);
-  if constexpr (n > 1) {
+  if constexpr (n > 1) {  // (bytes: e <= 8 already)
     B spread, offset;
     for (int i = 0; i < 16; ++i) spread[i] = uint8_t(i & -n), offset[i] = uint8_t(8 * (i % n));
-    idx = __builtin_shuffle(idx, spread) - offset;
+    idx = min_lanes<uint8_t>(__builtin_shuffle(idx, spread) - offset, 8);
   }
-  idx = min_lanes<uint8_t>(idx, 8);
   const B table = {1, 2, 4, 8, 16, 32, 64, 128, 0, 0, 0, 0, 0, 0, 0, 0};
   return as_lanes<UnsignedOf<T>>(__builtin_shuffle(table, idx));
 }
@@ -153,11 +152,16 @@ inline Lanes<uint32_t> neg_pow2_31_minus(Lanes<uint32_t> m) {
   Lanes<uint32_t> bits = 0xCF000000u - (m << 23);
   return as_lanes<uint32_t>(__builtin_convertvector(as_lanes<float>(bits), Lanes<int32_t>));
 }
-// Low bytes of the products of byte lanes, as 16-bit products of the even
-// bytes and of the odd bytes (x86 has no byte multiply).
+// Products of byte lanes as 16-bit products of the even bytes and of the odd
+// bytes (x86 has no byte multiply): their low bytes or their high bytes.
 inline Lanes<uint8_t> mul_low_bytes(Lanes<uint8_t> a, Lanes<uint8_t> b) {
   Lanes<uint16_t> x = as_lanes<uint16_t>(a), y = as_lanes<uint16_t>(b), lo = splat<uint16_t>(0xFF);
   Lanes<uint16_t> even = (x * (y & lo)) & lo, odd = (x & ~lo) * (y >> 8);
+  return as_lanes<uint8_t>(even | odd);
+}
+inline Lanes<uint8_t> mul_high_bytes(Lanes<uint8_t> a, Lanes<uint8_t> b) {
+  Lanes<uint16_t> x = as_lanes<uint16_t>(a), y = as_lanes<uint16_t>(b), lo = splat<uint16_t>(0xFF);
+  Lanes<uint16_t> even = ((x & lo) * (y & lo)) >> 8, odd = ((x >> 8) * (y >> 8)) & ~lo;
   return as_lanes<uint8_t>(even | odd);
 }
 template <class U> inline Lanes<U> mul_low(Lanes<U> a, Lanes<U> b) {
@@ -167,6 +171,7 @@ template <class U> inline Lanes<U> mul_low(Lanes<U> a, Lanes<U> b) {
 // Bits Shift.. of the double-width product, lane by lane (the compilers
 // recognise the loop as a widening multiply).
 template <class U, int Shift = kBits<U>> inline Lanes<U> mul_high(Lanes<U> a, Lanes<U> b) {
+  if constexpr (sizeof(U) == 1) return mul_high_bytes(a, b);
   Lanes<U> r;
   for (int i = 0; i < int(16 / sizeof(U)); ++i) r[i] = U((Double<U>(a[i]) * b[i]) >> Shift);
   return r;
