@@ -124,20 +124,26 @@ template <class T> inline Lanes<T> asr_by_lanes(Lanes<T> x, Lanes<T> n) {
 template <class T>
 using Double = std::conditional_t<sizeof(T) == 1, uint16_t, std::conditional_t<sizeof(T) == 2, uint32_t, uint64_t>>;
 
-// 2^e in each lane for e <= width (2^width gives 0). Byte j of a lane is
-// 2^(e - 8j) when that is in 0..7, else 0: a 16-entry byte table looked up
-// with e - 8j clamped to the first zero entry.
-template <class T> inline Lanes<UnsignedOf<T>> pow2_lanes(Lanes<UnsignedOf<T>> e) {
+// 2^e in each lane for e <= width (2^width gives 0), or with Down 2^(width - e)
+// for e <= width (e = 0 gives 0). Byte j of a lane is 2^(e - 8j) when that is
+// in 0..7, else 0: a 16-entry byte table looked up with e - 8j clamped to the
+// first zero entry (Down: a table of falling powers, looked up with e less
+// the offset that makes the subtraction from the width part of the lookup).
+template <class T, bool Down = false> inline Lanes<UnsignedOf<T>> pow2_lanes(Lanes<UnsignedOf<T>> e) {
   using B = Lanes<uint8_t>;
   constexpr int n = int(sizeof(T));
-  B idx = as_lanes<uint8_t>(e);
-  if constexpr (n > 1) {  // (bytes: e <= 8 already)
-    B spread, offset;
-    for (int i = 0; i < 16; ++i) spread[i] = uint8_t(i & -n), offset[i] = uint8_t(8 * (i % n));
+  B idx = as_lanes<uint8_t>(e), offset;
+  for (int i = 0; i < 16; ++i) offset[i] = uint8_t(Down ? 8 * (n - i % n) - 7 : 8 * (i % n));
+  if constexpr (n > 1) {
+    B spread;
+    for (int i = 0; i < 16; ++i) spread[i] = uint8_t(i & -n);
     idx = min_lanes<uint8_t>(__builtin_shuffle(idx, spread) - offset, 8);
+  } else if constexpr (Down) {
+    idx -= offset;  // e = 0 gives 255, which the lookup takes as 15 (bytes: e <= 8 already)
   }
-  const B table = {1, 2, 4, 8, 16, 32, 64, 128, 0, 0, 0, 0, 0, 0, 0, 0};
-  return as_lanes<UnsignedOf<T>>(__builtin_shuffle(table, idx));
+  const B up = {1, 2, 4, 8, 16, 32, 64, 128, 0, 0, 0, 0, 0, 0, 0, 0};
+  const B down = {128, 64, 32, 16, 8, 4, 2, 1, 0, 0, 0, 0, 0, 0, 0, 0};
+  return as_lanes<UnsignedOf<T>>(__builtin_shuffle(Down ? down : up, idx));
 }
 // 32-bit lanes take a power of two from a float built from its exponent and
 // converted to int, as a negative power so that 2^31 stays in range.
@@ -199,7 +205,7 @@ template <class T> inline Lanes<T> lsr_by_lanes(Lanes<T> x, Lanes<T> n) {
     return as_lanes<T>(mul_high<U, 31>(as_lanes<U>(x), 0u - neg_pow2_31_minus(clamp_amounts<T>(n))));
   } else {
     Lanes<U> k = clamp_amounts<T>(n);
-    Lanes<U> r = mul_high<U>(as_lanes<U>(x), pow2_lanes<T>(U(kBits<T>) - k));
+    Lanes<U> r = mul_high<U>(as_lanes<U>(x), pow2_lanes<T, true>(k));
     return as_lanes<T>(k == U(0) ? as_lanes<U>(x) : r);
   }
 }
