@@ -91,10 +91,15 @@ template <class T> inline Lanes<T> lsr_lanes(Lanes<T> x, unsigned k) {
 }
 template <class T> inline Lanes<T> asr_lanes(Lanes<T> x, unsigned k) {
 #if !defined(__aarch64__)
-  if constexpr (sizeof(T) == 1 || sizeof(T) == 8) {
-    using U = UnsignedOf<T>;
-    Lanes<U> sign = splat<U>(U(U(1) << (kBits<T> - 1) >> k));
-    return as_lanes<T>((as_lanes<U>(lsr_lanes<T>(x, k)) ^ sign) - sign);
+  using U = UnsignedOf<T>;
+  if constexpr (sizeof(T) == 1) {
+    // The byte mask of the logical shift from the shifted sign bit, that from
+    // one 16-bit shift (k <= 7 here).
+    Lanes<U> sign = as_lanes<U>(splat<uint16_t>(0x8080) >> k), low = sign + sign - U(1);
+    return as_lanes<T>(((as_lanes<U>(as_lanes<uint16_t>(x) >> k) & low) ^ sign) - sign);
+  } else if constexpr (sizeof(T) == 8) {
+    Lanes<U> sign = splat<U>(U(U(1) << 63 >> k));
+    return as_lanes<T>(((as_lanes<U>(x) >> k) ^ sign) - sign);
   }
 #endif
   return as_lanes<T>(as_lanes<std::make_signed_t<T>>(x) >> k);
