@@ -130,10 +130,10 @@ template <class T>
 using Double = std::conditional_t<sizeof(T) == 1, uint16_t, std::conditional_t<sizeof(T) == 2, uint32_t, uint64_t>>;
 
 // 2^e in each lane for e <= width (2^width gives 0), or with Down 2^(width - e)
-// for e <= width (e = 0 gives 0). Byte j of a lane is 2^(e - 8j) when that is
-// in 0..7, else 0: a 16-entry byte table looked up with e - 8j clamped to the
-// first zero entry (Down: a table of falling powers, looked up with e less
-// the offset that makes the subtraction from the width part of the lookup).
+// (2^width gives 0). Byte j of a lane is 2^(e - 8j) when that is in 0..7,
+// else 0: a 16-entry byte table looked up with e - 8j clamped to the first
+// zero entry. Down looks up a table of falling powers with e - (8(n - j) - 7),
+// so that the subtraction from the width is part of the offsets.
 template <class T, bool Down = false> inline Lanes<UnsignedOf<T>> pow2_lanes(Lanes<UnsignedOf<T>> e) {
   using B = Lanes<uint8_t>;
   constexpr int n = int(sizeof(T));
@@ -152,8 +152,9 @@ template <class T, bool Down = false> inline Lanes<UnsignedOf<T>> pow2_lanes(Lan
 }
 // 32-bit lanes take a power of two from a float built from its exponent and
 // converted to int, as a negative power so that 2^31 stays in range.
-// -2^m for m = min(n, 32) < 32; m = 32 (bit 5) is shifted to the sign and
-// over the exponent's top bits, giving -2^-32, which converts to 0.
+// -2^m for m = min(n, 32) < 32 (x << m is then -(x * -2^m)); m = 32 (bit 5)
+// is shifted to the sign and over the exponent's top bits, giving -2^-32,
+// which converts to 0.
 inline Lanes<uint32_t> neg_pow2(Lanes<uint32_t> m) {
   Lanes<uint32_t> bits = as_lanes<uint32_t>(as_lanes<int32_t>(m << 26) >> 3) + 0xBF800000u;
   return as_lanes<uint32_t>(__builtin_convertvector(as_lanes<float>(bits), Lanes<int32_t>));
@@ -179,8 +180,8 @@ template <class U> inline Lanes<U> mul_low(Lanes<U> a, Lanes<U> b) {
   if constexpr (sizeof(U) == 1) return mul_low_bytes(a, b);
   else return a * b;
 }
-// Bits Shift.. of the double-width product, lane by lane (the compilers
-// recognise the loop as a widening multiply).
+// The double-width product shifted right by Shift (by default its high half),
+// lane by lane (the compilers recognise the loop as a widening multiply).
 template <class U, int Shift = kBits<U>> inline Lanes<U> mul_high(Lanes<U> a, Lanes<U> b) {
   if constexpr (sizeof(U) == 1) return mul_high_bytes(a, b);
   Lanes<U> r;
