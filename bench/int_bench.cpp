@@ -98,6 +98,7 @@ const BenchCase kCases[] = {
     {"shift/fixed/asr_zpz_h", 0x04508020, "asr z0.h, p0/m, z0.h, z1.h"},
     {"shift/fixed/asr_zpz_s", 0x04908020, "asr z0.s, p0/m, z0.s, z1.s"},
     {"shift/fixed/asr_zpz_d", 0x04d08020, "asr z0.d, p0/m, z0.d, z1.d"},
+    {"shift/fixed/lsr_zpz_d", 0x04d18020, "lsr z0.d, p0/m, z0.d, z1.d"},
     {"shift/fixed/lsl_zpi_h", 0x04038260, "lsl z0.h, p0/m, z0.h, #3"},
     {"shift/fixed/lsl_zpi_s", 0x04438060, "lsl z0.s, p0/m, z0.s, #3"},
     {"shift/fixed/lsl_zpi_d", 0x04838060, "lsl z0.d, p0/m, z0.d, #3"},

@@ -58,6 +58,8 @@ TYPED_TEST(ShiftLanes, ByLaneAmountsMatchElementShifts) {
   std::vector<U> amounts;
   for (int k = 0; k <= 2 * kBits<T> + 1; ++k) amounts.push_back(U(k));
   for (int k = 0; k < 64; ++k) amounts.push_back(U(g()));
+  // Large amounts whose low byte is small (AArch64 shifts by the low byte).
+  for (int k : {1, 8, 31}) amounts.push_back(U(U(1) << (kBits<T> - 1) | U(k))), amounts.push_back(U(0x100 + k));
   amounts.push_back(U(~U(0)));
   for (size_t first = 0; first < amounts.size(); first += n) {
     Lanes<T> x, a;
