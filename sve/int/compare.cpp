@@ -97,21 +97,16 @@ template <class T, class Second, class Rel>
 aarch64_decode_rc fixed_compare(cpu_state* s, aarch64_p_reg pd, aarch64_p_reg pg, aarch64_z_reg zn, Second second,
                                 Rel rel) {
   static_assert(SVE_VL_BYTES % 16 == 0);
-  typedef uint8_t V __attribute__((vector_size(16)));
   const uint8_t *a = s->z[zn.num], *g = s->p[pg.num];
   uint8_t* d = s->p[pd.num];
   const ActiveEnds ends = active_ends<int(sizeof(T))>(g);
-  V any = {};
+  Lanes<uint8_t> any = {};
 #pragma GCC unroll 8
   for (int k = 0; k < SVE_VL_BYTES / 16; ++k) {
     compare_chunk<T>(d + 16 * k, a + 16 * k, g + 16 * k, second.at(16 * k), rel);
-    V lanes;
-    std::memcpy(&lanes, d + 16 * k, 16);
-    any |= lanes;
+    any |= load_lanes<uint8_t>(d + 16 * k);
   }
-  uint64_t half[2];
-  std::memcpy(half, &any, 16);
-  s->nzcv = with_nzcv(s->nzcv, ptest_lanes(ends, d, (half[0] | half[1]) != 0));
+  s->nzcv = with_nzcv(s->nzcv, ptest_lanes(ends, d, any_set(any)));
   return DECODE_OK;
 }
 

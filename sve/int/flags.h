@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "sve/int/lanes.h"
 #include "sve/state/context.h"
 #include "sve/state/cpu_state.h"
 
@@ -81,18 +82,10 @@ template <class T>
 inline void sve_ptest(cpu_state* s, const char* governing, const char* tested) {
   constexpr int E = int(sizeof(T));
   const auto *g = reinterpret_cast<const uint8_t*>(governing), *t = reinterpret_cast<const uint8_t*>(tested);
-  typedef uint8_t V __attribute__((vector_size(16)));
-  V both = {};
+  Lanes<uint8_t> both = {};
 #pragma GCC unroll 8
-  for (int j = 0; j < SVE_VL_BYTES; j += 16) {
-    V x, y;
-    std::memcpy(&x, g + j, 16);
-    std::memcpy(&y, t + j, 16);
-    both |= x & y;
-  }
-  uint64_t half[2];
-  std::memcpy(half, &both, 16);
-  s->nzcv = with_nzcv(s->nzcv, ptest_lanes(active_ends<E>(g), t, ((half[0] | half[1]) & lane_starts(E)) != 0));
+  for (int j = 0; j < SVE_VL_BYTES; j += 16) both |= load_lanes<uint8_t>(g + j) & load_lanes<uint8_t>(t + j);
+  s->nzcv = with_nzcv(s->nzcv, ptest_lanes(active_ends<E>(g), t, any_set(both, lane_starts(E))));
 }
 
 // The same test in closed form for results that are a leading run: the

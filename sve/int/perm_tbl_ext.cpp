@@ -1,5 +1,6 @@
 // Reordering within vectors: TBL, EXT and REV (vector). Fixed length.
 #include "sve/decode/routes.h"
+#include "sve/int/lanes.h"
 #include "sve/int/perm_arrays.h"
 
 #if defined(__aarch64__)
@@ -12,7 +13,7 @@ namespace {
 // Both forms read the whole table before writing d, and each index before
 // the element it gives, so d may be any source.
 
-using Bytes16 = uint8_t __attribute__((vector_size(16)));
+using Bytes16 = Lanes<uint8_t>;
 
 #if defined(__aarch64__)
 // Sixteen byte lookups in the 112-byte table: a four-register lookup answers
@@ -54,14 +55,11 @@ inline Bytes16 lookup112(const Table112& tab, Bytes16 k) {
 // bytes E*k to E*k+E-1 of the table; an index from the element count up
 // reads 0xFF (out of range: zero) in every byte.
 template <class T> inline Bytes16 byte_indices(const uint8_t* idx) {
-  typedef T Lanes __attribute__((vector_size(16)));
   constexpr int E = int(sizeof(T));
-  Lanes k;
-  std::memcpy(&k, idx, 16);
-  const Lanes out = k >= T(kElems<T>);
-  Bytes16 first = Bytes16(k << (E == 2 ? 1 : E == 4 ? 2 : 3)), spread, offset;  // E * k
+  const Lanes<T> k = load_lanes<T>(idx);
+  Bytes16 first = as_lanes<uint8_t>(k << __builtin_ctz(E)), spread, offset;  // E * k
   for (int i = 0; i < 16; ++i) spread[i] = uint8_t(i & -E), offset[i] = uint8_t(i % E);
-  return (__builtin_shuffle(first, spread) + offset) | Bytes16(out);
+  return (__builtin_shuffle(first, spread) + offset) | as_lanes<uint8_t>(k >= T(kElems<T>));
 }
 // Sixteen bytes of results at a time: byte elements look up their indices
 // directly; wider ones look up their bytes' indices.
@@ -70,11 +68,8 @@ template <class T> inline void tbl_by_bytes(uint8_t* d, const uint8_t* table, co
   const Table112 t = load_table112(table);
 #pragma GCC unroll 8
   for (int j = 0; j < SVE_VL_BYTES; j += 16) {
-    Bytes16 k;
-    if constexpr (sizeof(T) == 1) std::memcpy(&k, idx + j, 16);
-    else k = byte_indices<T>(idx + j);
-    const Bytes16 r = lookup112(t, k);
-    std::memcpy(d + j, &r, 16);
+    const Bytes16 k = sizeof(T) == 1 ? load_lanes<uint8_t>(idx + j) : byte_indices<T>(idx + j);
+    store_lanes<uint8_t>(d + j, lookup112(t, k));
   }
 }
 // Wider elements, one load each from the table copied with a zero after it;

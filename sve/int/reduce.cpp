@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "sve/decode/routes.h"
+#include "sve/int/lanes.h"
 #include "sve/int/wrap.h"
 
 namespace sve {
@@ -60,19 +61,15 @@ template <class T, class Op> aarch64_decode_rc fixed_reduce(cpu_state* s, unsign
 // lane since the seven pieces cannot overflow it. No widening shuffles.
 template <class T> [[gnu::always_inline]] inline uint64_t masked_usum(const uint8_t* a, const uint8_t* lanes) {
   using W = IntOf<2 * sizeof(T), false>;
-  typedef T V __attribute__((vector_size(16)));
-  typedef W WV __attribute__((vector_size(16)));
-  WV all = {}, high = {};
+  Lanes<W> all = {}, high = {};
 #pragma GCC unroll 8
   for (int k = 0; k < SVE_VL_BYTES / 16; ++k) {
-    V x, p;
-    std::memcpy(&x, a + 16 * k, 16);
-    std::memcpy(&p, lanes + 16 * k, 16);
-    WV w = WV(x & ~V((sizeof(T) == 1 ? p : p & 1) == 0));  // a byte lane is 0 or 1
+    Lanes<T> x = load_lanes<T>(a + 16 * k), p = load_lanes<T>(lanes + 16 * k);
+    Lanes<W> w = as_lanes<W>(x & ~Lanes<T>((sizeof(T) == 1 ? p : p & 1) == 0));  // a byte lane is 0 or 1
     all += w;
     high += w >> kBits<T>;
   }
-  WV sums = all - (high << kBits<T>) + high;
+  Lanes<W> sums = all - (high << kBits<T>) + high;
   W sum = 0;  // the whole sum fits too
   for (unsigned j = 0; j < 16 / sizeof(W); ++j) sum = W(sum + sums[j]);
   return sum;

@@ -12,47 +12,10 @@
 #include <arm_neon.h>
 #endif
 
+#include "sve/int/lanes.h"
 #include "sve/int/wrap.h"
 
 namespace sve {
-
-template <class T> struct LanesOf {
-  typedef T type __attribute__((vector_size(16)));
-};
-template <class T> using Lanes = typename LanesOf<T>::type;
-
-template <class T> inline Lanes<T> load_lanes(const uint8_t* p) {
-  Lanes<T> v;
-  std::memcpy(&v, p, 16);
-  return v;
-}
-template <class T> inline void store_lanes(uint8_t* p, Lanes<T> v) { std::memcpy(p, &v, 16); }
-// The same sixteen bytes seen as lanes of T.
-template <class T, class V> inline Lanes<T> as_lanes(V v) { return (Lanes<T>)v; }
-
-// v in every lane (a scalar operand narrower than int would be promoted).
-template <class T> inline Lanes<T> splat(T v) {
-  Lanes<T> r;
-  for (int i = 0; i < int(16 / sizeof(T)); ++i) r[i] = v;
-  return r;
-}
-// Lane by lane: yes where the predicate lane (bit 0 of the element's first
-// byte of the unpacked predicate) is set, no elsewhere.
-// 32- and 64-bit lanes test bit 0 as the sign after a shift, which x86 blends
-// on alone (the same shift and compare for 16-bit lanes measured slower).
-template <class T> inline Lanes<T> select_active(const uint8_t* lanes, Lanes<T> yes, Lanes<T> no) {
-  using U = UnsignedOf<T>;
-  using S = std::make_signed_t<T>;
-  if constexpr (sizeof(T) == 1) return load_lanes<U>(lanes) ? yes : no;  // byte lanes hold 0 or 1
-  else if constexpr (sizeof(T) == 2) return (load_lanes<U>(lanes) & U(1)) ? yes : no;
-  else return as_lanes<S>(load_lanes<U>(lanes) << (kBits<T> - 1)) < S(0) ? yes : no;
-}
-// min(a, b) lane by lane, as a loop: the compilers make it one unsigned
-// minimum, where the vector ?: form became a compare and a blend.
-template <class U> inline Lanes<U> min_lanes(Lanes<U> a, U b) {
-  for (int i = 0; i < int(16 / sizeof(U)); ++i) a[i] = a[i] < b ? a[i] : b;
-  return a;
-}
 
 #if defined(__aarch64__)
 // USHL/SSHL: each lane shifted by the signed low byte of its amount lane, left

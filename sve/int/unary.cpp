@@ -2,6 +2,7 @@
 // and zero extensions, RBIT, REVB, REVH, REVW.
 #include "sve/decode/routes.h"
 #include "sve/int/helpers.h"
+#include "sve/int/lanes.h"
 #include "sve/int/wrap.h"
 
 namespace sve {
@@ -19,33 +20,30 @@ struct Not {
 struct CNot {
   template <class T> T operator()(T a) const { return T(a == 0); }
 };
-typedef uint8_t Bytes16 __attribute__((vector_size(16)));
-// table[low nibble] and table[high nibble] of each of sixteen bytes (a byte
-// shuffle: pshufb on x86, TBL on AArch64).
+using Bytes16 = Lanes<uint8_t>;
+// The low and the high nibble of each of sixteen bytes looked up in 16-entry
+// tables (a byte shuffle: pshufb on x86, TBL on AArch64).
 struct NibbleLookup {
   Bytes16 low, high;
 };
-inline NibbleLookup nibble_lookup(Bytes16 table, const uint8_t* in) {
-  Bytes16 x;
-  std::memcpy(&x, in, 16);
-  return {__builtin_shuffle(table, Bytes16(x & 15)), __builtin_shuffle(table, Bytes16(x >> 4))};
+inline NibbleLookup nibble_lookup(Bytes16 low_table, Bytes16 high_table, Bytes16 x) {
+  return {__builtin_shuffle(low_table, Bytes16(x & 15)), __builtin_shuffle(high_table, Bytes16(x >> 4))};
 }
 // The counts of each byte of c folded up to elements of T: each level adds
 // the count of an element's lower half to that of its upper half where
 // `goes_on(upper, bits)` is all ones (always for CNT; for CLZ where the upper
 // half was all zeros, its count equal to its width).
-template <class T, class GoesOn> inline void fold_byte_counts(uint8_t* out, Bytes16 c, GoesOn goes_on) {
+template <class T, class GoesOn> inline Bytes16 fold_byte_counts(Bytes16 c, GoesOn goes_on) {
   auto level = [&](auto half) {
     using H = decltype(half);
     using W = IntOf<2 * sizeof(H), false>;
-    typedef W WV __attribute__((vector_size(16)));
-    WV w = WV(c), lower = w & W(H(~H(0))), upper = w >> kBits<H>;  // little-endian: the low half first
-    c = Bytes16(upper + (lower & goes_on(upper, W(kBits<H>))));
+    Lanes<W> w = as_lanes<W>(c), lower = w & W(H(~H(0))), upper = w >> kBits<H>;  // little-endian: low half first
+    c = as_lanes<uint8_t>(upper + (lower & goes_on(upper, W(kBits<H>))));
   };
   if constexpr (sizeof(T) >= 2) level(uint8_t{});
   if constexpr (sizeof(T) >= 4) level(uint16_t{});
   if constexpr (sizeof(T) >= 8) level(uint32_t{});
-  std::memcpy(out, &c, 16);
+  return c;
 }
 
 // Leading zero bits by halving steps: where the top Step bits are clear, add
@@ -63,15 +61,17 @@ template <int Step, class U> constexpr U leading_zeros(U x, U n = 0) {
 // of wider elements by halves.
 struct ClzChunk {
   static constexpr Bytes16 kNibbleClz = {4, 3, 2, 2, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0, 0};
-  template <class T> static void clz_chunk(uint8_t* out, const uint8_t* in) {
-    NibbleLookup n = nibble_lookup(kNibbleClz, in);
+  template <class T> static Bytes16 clz_lanes(Bytes16 x) {
+    NibbleLookup n = nibble_lookup(kNibbleClz, kNibbleClz, x);
     Bytes16 c = n.high + (n.low & Bytes16(n.high == 4));
-    fold_byte_counts<T>(out, c, [](auto upper, auto bits) { return decltype(upper)(upper == bits); });
+    return fold_byte_counts<T>(c, [](auto upper, auto bits) { return decltype(upper)(upper == bits); });
   }
 };
 struct Clz : ClzChunk {
   template <class T> T operator()(T a) const { return T(leading_zeros<kBits<T> / 2>(UnsignedOf<T>(a))); }
-  template <class T> void chunk(uint8_t* out, const uint8_t* in) const { clz_chunk<T>(out, in); }
+  template <class T> void chunk(uint8_t* out, const uint8_t* in) const {
+    store_lanes<uint8_t>(out, clz_lanes<T>(load_lanes<uint8_t>(in)));
+  }
 };
 // Leading bits equal to the sign bit, not counting the sign bit itself: the
 // leading zeros of the value with its sign spread over it flipped, less one.
@@ -82,16 +82,10 @@ struct Cls : ClzChunk {
     return T(leading_zeros<kBits<T> / 2>(U(U(a) ^ sign)) - 1u);
   }
   template <class T> void chunk(uint8_t* out, const uint8_t* in) const {
-    typedef std::make_signed_t<T> SV __attribute__((vector_size(16)));
-    SV x;
-    std::memcpy(&x, in, 16);
-    x ^= SV(x < 0);  // all ones where negative
-    alignas(16) uint8_t flipped[16];
-    std::memcpy(flipped, &x, 16);
-    clz_chunk<T>(out, flipped);
-    std::memcpy(&x, out, 16);
-    x -= 1;
-    std::memcpy(out, &x, 16);
+    using S = std::make_signed_t<T>;
+    Lanes<S> x = load_lanes<S>(in);
+    x ^= Lanes<S>(x < 0);  // all ones where negative
+    store_lanes<S>(out, as_lanes<S>(clz_lanes<T>(as_lanes<uint8_t>(x))) - S(1));
   }
 };
 // x plus x shifted right by Shift, 2 * Shift, ... below the width: the sum of
@@ -115,8 +109,8 @@ struct Cnt {
   // Sixteen bytes at once: the bits of each byte from a nibble table, then
   // the byte counts of wider elements added.
   template <class T> void chunk(uint8_t* out, const uint8_t* in) const {
-    NibbleLookup n = nibble_lookup(kNibbleBits, in);
-    fold_byte_counts<T>(out, Bytes16(n.low + n.high), [](auto upper, auto) { return ~decltype(upper){}; });
+    NibbleLookup n = nibble_lookup(kNibbleBits, kNibbleBits, load_lanes<uint8_t>(in));
+    store_lanes<uint8_t>(out, fold_byte_counts<T>(n.low + n.high, [](auto upper, auto) { return ~decltype(upper){}; }));
   }
 };
 // Sign or zero extension from the low bytes held by N, as a shift pair or a
@@ -147,15 +141,14 @@ template <int Bits, int To, class U> constexpr U reverse_groups(U x) {
 struct RBit {
   template <class T> T operator()(T a) const { return T(reverse_groups<1, kBits<T>>(UnsignedOf<T>(a))); }
   template <class T> void chunk(uint8_t* out, const uint8_t* in) const {
-    typedef uint8_t V __attribute__((vector_size(16)));
-    constexpr V kLowToHigh = {0x00, 0x80, 0x40, 0xC0, 0x20, 0xA0, 0x60, 0xE0, 0x10, 0x90, 0x50, 0xD0, 0x30, 0xB0, 0x70, 0xF0};
-    constexpr V kHighToLow = {0x0, 0x8, 0x4, 0xC, 0x2, 0xA, 0x6, 0xE, 0x1, 0x9, 0x5, 0xD, 0x3, 0xB, 0x7, 0xF};
-    constexpr V kIota = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
-    V x;
-    std::memcpy(&x, in, 16);
-    V r = __builtin_shuffle(kLowToHigh, V(x & 15)) | __builtin_shuffle(kHighToLow, V(x >> 4));
-    if constexpr (sizeof(T) > 1) r = __builtin_shuffle(r, V(kIota ^ uint8_t(sizeof(T) - 1)));  // bytes reversed per element
-    std::memcpy(out, &r, 16);
+    constexpr Bytes16 kLowToHigh = {0x00, 0x80, 0x40, 0xC0, 0x20, 0xA0, 0x60, 0xE0,
+                                    0x10, 0x90, 0x50, 0xD0, 0x30, 0xB0, 0x70, 0xF0};
+    constexpr Bytes16 kHighToLow = {0x0, 0x8, 0x4, 0xC, 0x2, 0xA, 0x6, 0xE, 0x1, 0x9, 0x5, 0xD, 0x3, 0xB, 0x7, 0xF};
+    constexpr Bytes16 kIota = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+    NibbleLookup n = nibble_lookup(kLowToHigh, kHighToLow, load_lanes<uint8_t>(in));
+    Bytes16 r = n.low | n.high;
+    if constexpr (sizeof(T) > 1) r = __builtin_shuffle(r, Bytes16(kIota ^ uint8_t(sizeof(T) - 1)));  // bytes reversed per element
+    store_lanes<uint8_t>(out, r);
   }
 };
 // The element's units of Unit bytes in reverse order (REVB, REVH, REVW).

@@ -37,6 +37,13 @@ static_assert(offsetof(CpuContext, vl) == 12, "length word is the fourth 32-bit 
 
 inline int vl_bytes(const CpuContext* c) { return int(c->vl & VL_UNITS_MASK) * 8; }
 
+#if !defined(__SSE2__) && defined(__aarch64__)
+// Sixteen bytes each holding its bit of a 16-bit map (one bit per byte, bit
+// k % 8 for byte k): each half's bytes added give the map's two bytes.
+inline uint64_t add_byte_halves(uint8x16_t bits) {
+  return vaddv_u8(vget_low_u8(bits)) | uint64_t(vaddv_u8(vget_high_u8(bits))) << 8;
+}
+#endif
 // Packing and unpacking eight lanes at a time: bit 0 of lane byte k is bit k of the map.
 inline uint8_t pack8(const uint8_t* lanes) {
   uint64_t x;
@@ -52,8 +59,7 @@ inline uint64_t pack16(const uint8_t* lanes) {
 #elif defined(__aarch64__)
   // Bit 0 of lane k moved to bit k % 8, then each half's eight bytes added.
   const int8x16_t to_bit = {0, 1, 2, 3, 4, 5, 6, 7, 0, 1, 2, 3, 4, 5, 6, 7};
-  uint8x16_t bits = vshlq_u8(vandq_u8(vld1q_u8(lanes), vdupq_n_u8(1)), to_bit);
-  return vaddv_u8(vget_low_u8(bits)) | uint64_t(vaddv_u8(vget_high_u8(bits))) << 8;
+  return add_byte_halves(vshlq_u8(vandq_u8(vld1q_u8(lanes), vdupq_n_u8(1)), to_bit));
 #else
   return pack8(lanes) | uint64_t(pack8(lanes + 8)) << 8;
 #endif
@@ -64,8 +70,7 @@ inline uint64_t sign_mask16(const uint8_t* bytes) {
   return uint32_t(_mm_movemask_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes))));
 #elif defined(__aarch64__)
   const uint8x16_t weight = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
-  uint8x16_t bits = vandq_u8(vcltzq_s8(vreinterpretq_s8_u8(vld1q_u8(bytes))), weight);
-  return vaddv_u8(vget_low_u8(bits)) | uint64_t(vaddv_u8(vget_high_u8(bits))) << 8;
+  return add_byte_halves(vandq_u8(vcltzq_s8(vreinterpretq_s8_u8(vld1q_u8(bytes))), weight));
 #else
   uint64_t lo, hi;
   std::memcpy(&lo, bytes, 8);
