@@ -74,18 +74,6 @@ TEST(DecodeLookup, SetffrResolvesInTheFirstTableOnly) {
   }
 }
 
-TEST(DecodeLookup, ExamplesResolveToTheirHandlers) {
-  auto name = [](uint32_t w) {
-    const DecodeEntry* e = find_decode_entry(w);
-    return e ? entry_name(*e) : std::string("null");
-  };
-  EXPECT_EQ(name(0x04800000u), "VecU32AddVVM");
-  EXPECT_EQ(name(0x04200000u), "VecU8AddVVX");
-  EXPECT_EQ(name(0x04631041u), "VecS16QAddVVX");
-  EXPECT_EQ(name(0x44ba0020u), "VecS32DotVVVIX");
-  EXPECT_EQ(name(0x2518E400u), "VecPFalse");
-}
-
 // A word that matches entries in two tables resolves to the earlier probe.
 TEST(DecodeLookup, FirstHitInProbeOrderWins) {
   int overlaps = 0;
